@@ -1,0 +1,51 @@
+// The private state of one archive: the objects it has stored or loaded,
+// and the positions of its record chains. Internal.
+#ifndef ORVSTD_ARCHIVE_INTERNAL_ARCHIVE_REP_H_
+#define ORVSTD_ARCHIVE_INTERNAL_ARCHIVE_REP_H_
+
+#include <map>
+#include <mutex>
+#include <set>
+
+#include "orvstd/archive/archive.h"
+
+// One object known to an archive, with the objects that point to it and
+// those it points to.
+struct cc_SI {
+  c_Int32 id = 0;
+  ccPersistent* object = nullptr;
+  std::set<ccPersistent*> parents;
+  std::set<ccPersistent*> children;
+};
+
+class cc_ArchiveRep {
+ public:
+  explicit cc_ArchiveRep(ccArchive* owner);
+  ~cc_ArchiveRep();
+  cc_ArchiveRep(cc_ArchiveRep const&) = delete;
+  cc_ArchiveRep& operator=(cc_ArchiveRep const&) = delete;
+
+  // Forgets `obj` and, recursively, every object that refers to it. If
+  // `leaving`, the object's bound flag is cleared too.
+  void forget(ccPersistent* obj, bool leaving);
+
+  ccArchive* owner;
+  std::map<c_Int32, cc_SI> byId;
+  std::map<ccPersistent*, cc_SI> byAddress;
+  ccPersistent* current = nullptr;
+  c_Int32 nextObjectId = 1;
+  c_Int32 nextMarkNum = 1;
+  ccArchive::Pos firstMark = ccArchive::invalidPos();
+  ccArchive::Pos firstObject = ccArchive::invalidPos();
+  ccArchive::Pos firstPointer = ccArchive::invalidPos();
+  ccArchive::Pos closedFlag = ccArchive::invalidPos();
+  ccArchive::Pos lastMark = ccArchive::invalidPos();
+  ccArchive::Pos lastObject = ccArchive::invalidPos();
+  ccArchive::Pos lastPointer = ccArchive::invalidPos();
+  bool wide = false;
+};
+
+// The lock over the list of live archives and all object-graph work.
+std::recursive_mutex& cf_ArchiveListMutex();
+
+#endif  // ORVSTD_ARCHIVE_INTERNAL_ARCHIVE_REP_H_

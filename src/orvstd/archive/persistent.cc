@@ -1,0 +1,80 @@
+#include "orvstd/archive/persistent.h"
+
+#include <map>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "orvstd/archive/archive.h"
+#include "orvstd/except/assert.h"
+
+namespace {
+
+// One entry per ccPersistent::serialize in progress: the object and the
+// subobjects (address, size) already written or read for it.
+struct VisitEntry {
+  ccPersistent const* object;
+  std::map<std::pair<void const*, c_UInt64>, c_Int32> visited;
+};
+
+// Both leaked on purpose: persistent statics may be destroyed after any
+// other static and must still find them.
+std::vector<VisitEntry>& visitStack() {
+  static auto* stack = new std::vector<VisitEntry>;
+  return *stack;
+}
+
+std::recursive_mutex& serializationMutex() {
+  static auto* m = new std::recursive_mutex;
+  return *m;
+}
+
+}  // namespace
+
+ccPersistent::~ccPersistent() { mutating(); }
+
+void ccPersistent::mutating_() {
+  ccArchive::mutating(this);
+  bound_ = false;
+}
+
+void ccPersistent::dispatchSerialize(ccArchive& ar) {
+  dispatchVersioned_(ar, this, sizeof(ccPersistent), 0, [&](unsigned char v) { serialize_(ar, v); });
+}
+
+void ccPersistent::serialize_(ccArchive&, unsigned char version) { cfCheckClassVersion(version, 0, nullptr, 0); }
+
+void ccPersistent::exchangeVersion_(ccArchive& ar, unsigned char& version) { ar || version; }
+
+bool ccPersistent::haveVisited(void const* address, c_UInt64 size) {
+  auto& stack = visitStack();
+  cmAssert(!stack.empty());
+  auto const& visited = stack.back().visited;
+  return visited.find({address, size}) != visited.end();
+}
+
+void ccPersistent::setVisited(void const* address, c_UInt64 size) {
+  auto& stack = visitStack();
+  cmAssert(!stack.empty());
+  stack.back().visited.emplace(std::make_pair(address, size), 1);
+}
+
+void ccPersistent::serialize(ccArchive& ar, int reinit) {
+  if (ar.isLoading() && reinit) reInit();
+  std::lock_guard<std::recursive_mutex> lock(serializationMutex());
+  auto& stack = visitStack();
+  stack.push_back(VisitEntry{this, {}});
+  struct Pop {
+    std::vector<VisitEntry>& stack;
+    ccPersistent const* self;
+    ~Pop() {
+      cmAssert(!stack.empty() && stack.back().object == self);
+      stack.pop_back();
+    }
+  } pop{stack, this};
+  dispatchSerialize(ar);
+}
+
+void cfCheckClassVersion(unsigned char version, unsigned char current, char const* file, int line) {
+  if (version > current) throw ccArchive::UnknownVersion(file, line);
+}
