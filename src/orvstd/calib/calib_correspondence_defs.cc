@@ -1,0 +1,4 @@
+#include "orvstd/calib/calib_correspondence_defs.h"
+
+cmErrorFamilyDefine(ccCalibCorrespondenceDefs::Errors)
+cmErrorDefine(ccCalibCorrespondenceDefs::NegativeWeight)

@@ -1,0 +1,5 @@
+#include "orvstd/cfit/ls_general_fitter.h"
+
+cmErrorFamilyDefine(ccLSGeneralFitter::Errors)
+cmErrorDefine(ccLSGeneralFitter::unstableErr)
+cmErrorDefine(ccLSGeneralFitter::badArgErr)

@@ -1,0 +1,4 @@
+#include "orvstd/math/statistics.h"
+
+cmErrorFamilyDefine(ccStatistics::Errors)
+cmErrorDefine(ccStatistics::NoSamples)

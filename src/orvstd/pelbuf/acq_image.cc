@@ -1,0 +1,4 @@
+#include "orvstd/pelbuf/acq_image.h"
+
+cmErrorFamilyDefine(ccAcqImage::Errors)
+cmErrorDefine(ccAcqImage::NotSupported)

@@ -1,0 +1,7 @@
+#include "orvstd/pelbuf/dib.h"
+
+cmErrorFamilyDefine(ccDIB::Errors)
+cmErrorDefine(ccDIB::BadFormat)
+cmErrorDefine(ccDIB::ReadError)
+cmErrorDefine(ccDIB::WriteError)
+cmErrorDefine(ccDIB::NoDibData)

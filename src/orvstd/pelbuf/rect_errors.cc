@@ -1,0 +1,5 @@
+#include "orvstd/pelbuf/rect_errors.h"
+
+cmErrorFamilyDefine(ccRectErrors::Errors)
+cmErrorDefine(ccRectErrors::NoOverlap)
+cmErrorDefine(ccRectErrors::NegativeSize)

@@ -1,0 +1,5 @@
+#include "orvstd/platform/thread.h"
+
+cmErrorFamilyDefine(ccThreadID::Errors)
+cmErrorDefine(ccThreadID::CouldNotRegister)
+cmErrorDefine(ccThreadID::CreateFailed)

@@ -1,0 +1,4 @@
+#include "orvstd/rlebuf/rlebuf.h"
+
+cmErrorFamilyDefine(ccRLEBuffer::Errors)
+cmErrorDefine(ccRLEBuffer::Degenerate)

@@ -1,0 +1,3 @@
+#include "orvstd/rpc/remote_object.h"
+
+cmErrorDefine(ccRemoteObject::ObjectMismatch)

@@ -1,0 +1,3 @@
+#include "orvstd/rpc/rpc_handler.h"
+
+cmErrorDefine(ccRPCHandler::DuplicateHandler)

@@ -1,0 +1,4 @@
+#include "orvstd/shapes/affine_rectangle.h"
+
+cmErrorDefine(ccAffineRectangle::BadLength)
+cmErrorDefine(ccAffineRectangle::BadSkew)

@@ -1,0 +1,4 @@
+#include "orvstd/util/char_code_defs.h"
+
+cmErrorFamilyDefine(ccCharCodeDefs::Errors)
+cmErrorDefine(ccCharCodeDefs::NotRepresentable)

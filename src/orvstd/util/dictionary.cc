@@ -1,0 +1,4 @@
+#include "orvstd/util/dictionary.h"
+
+cmErrorFamilyDefine(ccDictionary::Errors)
+cmErrorDefine(ccDictionary::BadParams)

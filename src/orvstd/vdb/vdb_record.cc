@@ -1,0 +1,4 @@
+#include "orvstd/vdb/vdb_record.h"
+
+cmErrorFamilyDefine(ccVDBRecordBase::Errors)
+cmErrorDefine(ccVDBRecordBase::NoResult)

@@ -1,0 +1,4 @@
+#include "orvstd/workmgr/progress_defs.h"
+
+cmErrorFamilyDefine(ccProgressDefs::Errors)
+cmErrorDefine(ccProgressDefs::BadParams)

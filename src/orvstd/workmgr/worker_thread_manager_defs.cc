@@ -1,0 +1,4 @@
+#include "orvstd/workmgr/worker_thread_manager_defs.h"
+
+cmErrorFamilyDefine(ccWorkerThreadManagerDefs::Errors)
+cmErrorDefine(ccWorkerThreadManagerDefs::BadParams)
