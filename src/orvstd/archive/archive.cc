@@ -3,7 +3,7 @@
 #include <cstring>
 #include <ostream>
 
-#include "orvstd/archive/internal/archive_rep.h"
+#include "orvstd/archive/internal/archive_io.h"
 #include "orvstd/util/debug.h"
 #include "orvstd/util/devenv.h"
 
@@ -102,11 +102,24 @@ void ccArchive::ctorFinished() {
     ordering_ = static_cast<Ordering>(b1);
   }
   swap_ = static_cast<int>(ordering_) != host;
+  if (seekable_) {
+    if (isStoring())
+      cc_ArchiveIO::writePreamble(*this);
+    else
+      cc_ArchiveIO::readPreamble(*this);
+  }
 }
 
 void ccArchive::dtorStarting() {
   try {
     sync();
+    if (seekable_ && isValid(rep_->lastPointer) && !readOnly_) {
+      cc_ArchiveIO::ModeGuard store(*this, eStore);
+      cc_ArchiveIO::PositionGuard at(*this, rep_->closedFlag);
+      c_Int32 closed = 0;
+      *this || closed;
+      sync();
+    }
   } catch (ccException const& e) {
     cfOrvDebug() << "archive" << ":" << 833 << ": (warning) ignoring exception thrown in ccArchive destructor: "
                  << e.message(true) << std::endl;

@@ -141,6 +141,69 @@ class ccArchive {
   // Forgets `obj` in every live archive (ccPersistent::mutating).
   static void mutating(ccPersistent* obj);
 
+  // Positions. tell and seek use the get position when loading and the
+  // put position when storing; a failed seek raises BadBuffer.
+  Pos tell();
+  void seek(Pos pos);
+  void seek(c_Int64 offset, std::ios_base::seekdir dir);
+  // Seekable only: switches direction, keeping the position.
+  void mode(Direction direction);
+
+  // Storing only: move forward 1, 2, 4 or 8 bytes without writing.
+  void reserveU8() { reserve_(1); }
+  void reserve8() { reserve_(1); }
+  void reserveU16() { reserve_(2); }
+  void reserve16() { reserve_(2); }
+  void reserveU32() { reserve_(4); }
+  void reserve32() { reserve_(4); }
+  void reserveU64() { reserve_(8); }
+  void reserve64() { reserve_(8); }
+
+  // Seekable, storing: the next object id and mark number (1 to 0x7FFFFFFE).
+  void setStartingID(c_Int32 id);
+  void setStartingNum(c_Int32 num);
+  // Seekable, not read-only: switch to storing at the end of the stream,
+  // after the records already there.
+  void append();
+  ccArchive* secondary() const;
+  void secondary(ccArchive* other);
+
+  // Marks (seekable). Absent answers are 0, or the invalid position.
+  c_Int32 firstMarkNum();
+  c_Int32 lastMarkNum();
+  c_Int32 nextMarkNum(c_Int32 num);
+  c_Int32 prevMarkNum(c_Int32 num);
+  void readMark(c_Int32& num);
+  Pos findMark(c_Int32 num);
+  void skipMark();
+  // Storing; 0 means the next free number.
+  c_Int32 writeNewMark(c_Int32 num);
+  c_Int32 renumberMark(c_Int32 num);
+  void removeMark();
+
+  // Objects (seekable).
+  c_Int32 firstObjectID();
+  c_Int32 nextObjectID(c_Int32 id);
+  Pos findObject(c_Int32 id);
+  // The record at the current position; the stream stays where it is.
+  // BadType if the size needs more than 32 bits.
+  void readObjectHeader(c_Int32& id, c_UInt32& size, Pos& pointerPos);
+  void readObjectHeader64(c_Int32& id, c_UInt64& size, Pos& pointerPos);
+  // The canonical type name of the record at the current position, also
+  // for a type this library does not know.
+  std::string objectTypeName();
+  ccPersistent* loadObject();
+  c_Int32 storeObject(ccPersistent* obj);
+  void removeObject();
+
+  // Pointers (seekable).
+  Pos firstPointerPos();
+  // The pointer after the one at the current position.
+  Pos nextPointerPos();
+  c_Int32 pointerObjectID();
+  void pointerObjectID(c_Int32 id);
+  void removePointer();
+
   // Raw byte access for the primitive layer; internal.
   void cf_put(void const* data, std::size_t n);
   void cf_get(void* data, std::size_t n);
@@ -155,6 +218,7 @@ class ccArchive {
 
  private:
   friend ccArchive& operator||(ccArchive& ar, unsigned char& v);
+  friend class ccPersistent;
 
   template <class T>
   ccArchive& prim1(T* v) {
@@ -164,7 +228,11 @@ class ccArchive {
       cf_get(v, 1);
     return *this;
   }
+  friend class cc_ArchiveIO;
+  friend class cc_ArchiveRep;
   ccArchive& primN(void* v, std::size_t n);
+  void reserve_(int n);
+  void requireSeekable_(int line) const;
   void putLengthPrefix(std::size_t length);
   std::size_t getLengthPrefix();
   void putUnits16(std::u16string const& s);

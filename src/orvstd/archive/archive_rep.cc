@@ -30,6 +30,7 @@ cc_ArchiveRep::~cc_ArchiveRep() {
   std::lock_guard<std::recursive_mutex> lock(cf_ArchiveListMutex());
   while (!byAddress.empty()) forget(byAddress.begin()->first, true);
   liveReps().remove(this);
+  for (ccPersistent* obj : failed) delete obj;
 }
 
 void cc_ArchiveRep::forget(ccPersistent* obj, bool leaving) {

@@ -48,6 +48,13 @@ class ccPersistent {
   // Whether an archive has stored or loaded this object and not forgotten it.
   bool isBound() const { return bound_; }
 
+  // An object embedded in its container's body (no id, not shared).
+  static void serializeObject(ccArchive& ar, ccPersistent& obj);
+  // A pointer: the object is written beside its first pointer and
+  // referenced by id after that; loading makes new objects (owned by the
+  // caller) and keeps shared ones shared.
+  static void serializePointer(ccArchive& ar, ccPersistent* in, ccPersistent*& out);
+
  protected:
   // Writes or reads this class's version byte and fields; every concrete
   // persistent class overrides it through dispatchVersioned_.
@@ -93,6 +100,10 @@ class ccPersistent {
 
   bool bound_;
 };
+
+ccArchive& operator||(ccArchive& ar, ccPersistent& obj);
+ccArchive& operator<<(ccArchive& ar, ccPersistent const& obj);
+ccArchive& operator>>(ccArchive& ar, ccPersistent& obj);
 
 // Raises ccArchive::UnknownVersion(file, line) when a stored class version
 // is above the one this reader knows.

@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <vector>
 
 #include "orvstd/archive/archive.h"
 
@@ -28,6 +29,10 @@ class cc_ArchiveRep {
   // Forgets `obj` and, recursively, every object that refers to it. If
   // `leaving`, the object's bound flag is cleared too.
   void forget(ccPersistent* obj, bool leaving);
+  // Writes `obj` as an object record with its body; returns its id.
+  c_Int32 storeObject(ccPersistent* obj);
+  // Reads the object record at the current position and its body.
+  ccPersistent* loadObjectHere();
 
   ccArchive* owner;
   std::map<c_Int32, cc_SI> byId;
@@ -43,6 +48,11 @@ class cc_ArchiveRep {
   ccArchive::Pos lastObject = ccArchive::invalidPos();
   ccArchive::Pos lastPointer = ccArchive::invalidPos();
   bool wide = false;
+  // Where the last mark and object searches ended; walks start there.
+  ccArchive::Pos foundMark = ccArchive::invalidPos();
+  ccArchive::Pos foundObject = ccArchive::invalidPos();
+  // Objects whose load failed: known until the archive goes, then deleted.
+  std::vector<ccPersistent*> failed;
 };
 
 // The lock over the list of live archives and all object-graph work.

@@ -1,0 +1,304 @@
+// Objects through archives: object records beside their first pointer,
+// shared objects stored once, embedded objects, and forgetting.
+#include <mutex>
+#include <typeinfo>
+
+#include "orvstd/archive/internal/archive_io.h"
+#include "orvstd/util/devenv.h"
+
+using Pos = ccArchive::Pos;
+using IO = cc_ArchiveIO;
+
+namespace {
+
+constexpr unsigned char kEmbeddedPrefix[4] = {0xF1, 0x66, 0x4B, 0xDF};
+
+using ListLock = std::lock_guard<std::recursive_mutex>;
+
+void linkParent(cc_ArchiveRep& rep, ccPersistent* obj) {
+  if (rep.current == nullptr) return;  // a pointer at top level links nothing
+  auto parent = rep.byAddress.find(rep.current);
+  auto child = rep.byAddress.find(obj);
+  cmAssert(parent != rep.byAddress.end() && child != rep.byAddress.end());
+  parent->second.children.insert(obj);
+  child->second.parents.insert(rep.current);
+}
+
+// Skips the object record at the current position (seekable only).
+void skipObjectRecord(ccArchive& ar) {
+  if (!ar.isSeekable()) throw ccArchive::BadContent("archutil", 2010);
+  IO::ObjectRecord const r = IO::readObjectRecord(ar, false);
+  ar.seek(Pos(std::streamoff(std::streamoff(r.header.start) + static_cast<std::streamoff>(r.size))));
+}
+
+// The first pointer record written after `lastBefore`.
+Pos firstPointerAfter(ccArchive& ar, Pos lastBefore) {
+  IO::ModeGuard load(ar, ccArchive::eLoad);
+  IO::PositionGuard at(ar, lastBefore);
+  return IO::readPointer(ar).next;
+}
+
+// Sets the size and first-pointer offset of the record at `start` whose
+// body ends here, and moves to its true end.
+void finishRecord(ccArchive& ar, cc_ArchiveRep& rep, Pos start, Pos lastPointerBefore) {
+  Pos const end = ar.tell();
+  Pos firstPointer = ccArchive::invalidPos();
+  if (rep.lastPointer != lastPointerBefore) {
+    firstPointer = firstPointerAfter(ar, lastPointerBefore);
+    cmAssert(ccArchive::isValid(firstPointer));
+  }
+  ar.seek(IO::patchObjectRecord(ar, start, end, firstPointer));
+}
+
+// Takes back a pointer record appended at `at` whose object failed.
+void dropPointer(ccArchive& ar, cc_ArchiveRep& rep, Pos at, Pos lastBefore) {
+  if (!ar.isSeekable() || rep.lastPointer != at) return;
+  IO::ModeGuard load(ar, ccArchive::eLoad);
+  IO::PositionGuard pos(ar, lastBefore);
+  IO::PointerRecord const prev = IO::readPointer(ar);
+  IO::ModeGuard store(ar, ccArchive::eStore);
+  ar.seek(Pos(std::streamoff(std::streamoff(lastBefore) + 10)));
+  unsigned char zeros[8] = {};
+  ar.cf_put(zeros, prev.wideNext() ? 8 : 4);
+  rep.lastPointer = lastBefore;
+}
+
+}  // namespace
+
+// Storing --------------------------------------------------------------------------------
+
+c_Int32 cc_ArchiveRep::storeObject(ccPersistent* obj) {
+  ccArchive& ar = *owner;
+  cmAssert(obj != nullptr && ar.isStoring());
+  ListLock lock(cf_ArchiveListMutex());
+  if (auto known = byAddress.find(obj); known != byAddress.end()) return known->second.id;
+  Pos const start = ar.tell();
+  Pos const lastPointerBefore = lastPointer;
+  c_Int32 const id = nextObjectId++;
+  IO::writeObjectRecord(ar, id, cf_CanonicalTypeName(typeid(*obj)));
+  if (ar.isSeekable()) IO::link(ar, IO::eObjects, start);
+  cc_SI si;
+  si.id = id;
+  si.object = obj;
+  byId[id] = si;
+  byAddress[obj] = si;
+  ccPersistent* const saved = current;
+  current = obj;
+  try {
+    obj->serialize(ar, 0);
+  } catch (ccException const&) {
+    current = saved;
+    try {
+      ar.seek(start);
+      if (ar.isSeekable()) IO::unlink(ar, IO::eObjects, start, true);
+    } catch (ccException const&) {  // the first failure is the one to report
+    }
+    forget(obj, true);
+    throw;
+  }
+  current = saved;
+  obj->bound_ = true;
+  if (ar.isSeekable()) finishRecord(ar, *this, start, lastPointerBefore);
+  return id;
+}
+
+c_Int32 ccArchive::storeObject(ccPersistent* obj) {
+  requireSeekable_(1660);
+  return rep_->storeObject(obj);
+}
+
+void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersistent*& out) {
+  cc_ArchiveRep& rep = *ar.rep_;
+  ListLock lock(cf_ArchiveListMutex());
+  if (ar.isStoring()) {
+    out = in;
+    Pos const at = ar.tell();
+    Pos const lastBefore = rep.lastPointer;
+    auto writeRecord = [&](c_Int32 id, unsigned char flag) {
+      if (ar.isSeekable())
+        IO::writePointer(ar, id, flag);
+      else
+        IO::writeUnlinkedPointer(ar, id, flag);
+    };
+    if (in == nullptr) {
+      writeRecord(0, 0);
+      return;
+    }
+    auto known = rep.byAddress.find(in);
+    if (known == rep.byAddress.end()) {
+      c_Int32 const id = rep.nextObjectId;
+      writeRecord(id, 1);
+      try {
+        c_Int32 const stored = rep.storeObject(in);
+        cmAssert(stored == id);
+      } catch (ccException const&) {
+        try {
+          dropPointer(ar, rep, at, lastBefore);
+          ar.seek(at);
+        } catch (ccException const&) {
+        }
+        throw;
+      }
+    } else {
+      writeRecord(known->second.id, 0);
+    }
+    linkParent(rep, in);
+    return;
+  }
+
+  out = nullptr;
+  IO::PointerRecord const p = IO::readPointer(ar);
+  if (p.id == 0) return;
+  ccPersistent* obj = nullptr;
+  if (auto known = rep.byId.find(p.id); known != rep.byId.end()) {
+    obj = known->second.object;
+    if (p.flag == 1) skipObjectRecord(ar);  // already loaded through another path
+  } else if (p.flag == 1) {
+    Pos const after = ar.tell();
+    try {
+      obj = rep.loadObjectHere();
+    } catch (ccException const&) {
+      // Leave the stream after the failed object, so a caller that catches
+      // can go on reading.
+      if (ar.isSeekable()) {
+        try {
+          ar.seek(after);
+          skipObjectRecord(ar);
+        } catch (ccException const&) {
+        }
+      }
+      throw;
+    }
+  } else {
+    if (!ar.isSeekable()) throw ccArchive::NotFound("archutil", 1980);
+    Pos const where = ar.findObject(p.id);
+    if (!ccArchive::isValid(where)) throw ccArchive::NotFound("archutil", 1986);
+    IO::PositionGuard at(ar, where);
+    obj = rep.loadObjectHere();
+  }
+  if (p.flag == 2) skipObjectRecord(ar);
+  cmAssert(obj != nullptr);
+  out = obj;
+  linkParent(rep, obj);
+}
+
+// Loading --------------------------------------------------------------------------------
+
+ccPersistent* cc_ArchiveRep::loadObjectHere() {
+  ccArchive& ar = *owner;
+  cmAssert(ar.isLoading());
+  ListLock lock(cf_ArchiveListMutex());
+  IO::ObjectRecord const r = IO::readObjectRecord(ar, true);
+  if (!r.hasType) throw ccArchive::BadContent("archutil", 2220);
+  if (byId.count(r.header.number)) throw ccArchive::Duplicate("archutil", 2222);
+  ccPersistent* obj = r.make();
+  if (obj == nullptr) throw ccArchive::BadType("archutil", 2224);
+  cc_SI si;
+  si.id = r.header.number;
+  si.object = obj;
+  byId[si.id] = si;
+  byAddress[obj] = si;
+  ccPersistent* const saved = current;
+  current = obj;
+  try {
+    obj->serialize(ar, 0);
+  } catch (...) {
+    current = saved;
+    failed.push_back(obj);  // known until the archive goes, then deleted
+    throw;
+  }
+  current = saved;
+  // A newer writer may have added fields: skip whatever this reader left.
+  if (ar.isSeekable()) ar.seek(Pos(std::streamoff(std::streamoff(r.header.start) + static_cast<std::streamoff>(r.size))));
+  obj->bound_ = true;
+  return obj;
+}
+
+ccPersistent* ccArchive::loadObject() {
+  requireSeekable_(1670);
+  cmAssert(isLoading());
+  return rep_->loadObjectHere();
+}
+
+// Embedded objects ---------------------------------------------------------------------------
+
+void ccPersistent::serializeObject(ccArchive& ar, ccPersistent& obj) {
+  cc_ArchiveRep& rep = *ar.rep_;
+  ListLock lock(cf_ArchiveListMutex());
+  if (ar.isStoring()) {
+    if (ar.version() == 0) throw ccArchive::CannotWriteToOldArchive("archutil", 1741);
+    ar.cf_put(kEmbeddedPrefix, 4);
+    Pos const start = ar.tell();
+    Pos const lastBefore = rep.lastPointer;
+    std::string const& name = cf_CanonicalTypeName(typeid(obj));
+    if (cf_LookupType(ccDevEnv::nativeTypeName(name)) == nullptr)
+      throw ccArchive::UnknownType(name, "archutil", 1756);
+    if (ar.isSeekable()) {
+      IO::writeObjectRecord(ar, rep.nextObjectId++, name);
+      IO::link(ar, IO::eObjects, start);
+    }
+    try {
+      obj.serialize(ar, 1);
+    } catch (ccException const&) {
+      if (ar.isSeekable()) {
+        try {
+          ar.seek(start);
+          IO::unlink(ar, IO::eObjects, start, true);
+        } catch (ccException const&) {
+        }
+      }
+      throw;
+    }
+    if (ar.isSeekable()) finishRecord(ar, rep, start, lastBefore);
+    return;
+  }
+
+  bool prefixed = false;
+  if (ar.version() >= 1) {
+    Pos const before = ar.tell();
+    int matched = 0;
+    int consumed = 0;
+    try {
+      for (; matched < 4; ++matched) {
+        unsigned char b;
+        ar.cf_get(&b, 1);
+        ++consumed;
+        if (b != kEmbeddedPrefix[matched]) break;
+      }
+    } catch (ccException const&) {  // the end of the stream: no prefix
+    }
+    prefixed = matched == 4;
+    if (!prefixed && consumed > 0) {
+      if (!ar.isSeekable()) throw ccArchive::NotSeekable("archutil", 1852);
+      ar.seek(before);
+    }
+  }
+  if (!prefixed && obj.loadSimple(ar)) return;
+  Pos start = ar.tell();
+  c_UInt64 size = 0;
+  if (ar.isSeekable() && prefixed) {
+    IO::ObjectRecord const r = IO::readObjectRecord(ar, true);
+    start = r.header.start;
+    size = r.size;
+  }
+  obj.serialize(ar, 1);
+  if (ar.isSeekable() && prefixed)
+    ar.seek(Pos(std::streamoff(std::streamoff(start) + static_cast<std::streamoff>(size))));
+}
+
+ccArchive& operator||(ccArchive& ar, ccPersistent& obj) {
+  ccPersistent::serializeObject(ar, obj);
+  return ar;
+}
+
+ccArchive& operator<<(ccArchive& ar, ccPersistent const& obj) {
+  cmAssert(ar.isStoring());
+  ccPersistent::serializeObject(ar, const_cast<ccPersistent&>(obj));
+  return ar;
+}
+
+ccArchive& operator>>(ccArchive& ar, ccPersistent& obj) {
+  cmAssert(ar.isLoading());
+  ccPersistent::serializeObject(ar, obj);
+  return ar;
+}
