@@ -1,11 +1,13 @@
 // orv: the kit's command-line tool over orvstd.
 //
 //   orv demo              the failure model at work
+//   orv archive ls FILE   the head and records of an archive file
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <string>
 
+#include "archive_ls.h"
 #include "orvstd.h"
 #include "orvstd/kernel/kstd.h"
 #include "orvstd/kernel/ksys_memory.h"
@@ -35,17 +37,41 @@ int demo() {
   showConversion("a code no converter knows", kstd_failureCode(255, 31));
   showConversion("success", 0);
 
-  std::cout << "\nan exception travels through an archive and is thrown again as its own type\n";
+  showConversion("a failed decomposition", kstd_failureCode(44, 2));
+  showConversion("an image warp given no image", kstd_failureCode(63, 2));
+  showConversion("an image warp code with no row", kstd_failureCode(63, 30));
+
+  std::cout << "\nan exception travels through an archive and is raised again as its own type\n";
   ccMemoryArchive out(ccArchive::eLsbFirst, false);
-  std::string info = "bad seed";
-  ccAssertFailure sent(info);
-  std::cout << "  sent:     " << sent.message(true) << "\n";
+  ccArchive::UnknownType sent("ccSpline<long>", "archutil", 2136);
+  ccPersistent* ignored = nullptr;
+  ccPersistent::serializePointer(out, &sent, ignored);
+  std::cout << "  sent:     " << sent.message(true) << " (" << out.size() << " bytes)\n";
+  ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), false, false);
+  ccPersistent* loaded = nullptr;
+  ccPersistent::serializePointer(in, nullptr, loaded);
+  try {
+    dynamic_cast<ccException*>(loaded)->suicideAndRethrow();
+  } catch (ccArchive::UnknownType const& e) {
+    std::cout << "  caught:   " << e.message(true) << "\n";
+  }
   return 0;
 }
 
 int usage() {
-  std::cerr << "usage: orv demo\n";
+  std::cerr << "usage: orv demo\n       orv archive ls FILE\n";
   return 2;
+}
+
+int archiveLs(char const* path) {
+  try {
+    cfArchiveList(path, std::cout);
+    return 0;
+  } catch (ccException const& e) {
+    std::cout.flush();
+    std::cerr << "orv: " << path << ": " << e.message(true) << "\n";
+    return 1;
+  }
 }
 
 }  // namespace
@@ -54,5 +80,6 @@ int main(int argc, char** argv) {
   if (argc < 2) return usage();
   std::string const cmd = argv[1];
   if (cmd == "demo") return demo();
+  if (cmd == "archive" && argc == 4 && std::string(argv[2]) == "ls") return archiveLs(argv[3]);
   return usage();
 }
