@@ -415,6 +415,113 @@ TEST(Promotion, ObjectSizeAboveFourGigabytes) {
   EXPECT_EQ(node->value, 9);
 }
 
+TEST(RecordBytes, MarkObjectAndPointerRecordsMostSignificantFirst) {
+  ccMemoryArchive ar(ccArchive::eMsbFirst, true);
+  ar.setStartingID(0x01020304);
+  ar.writeNewMark(7);
+  ccAssertFailure object;
+  ccPersistent* out = nullptr;
+  ccPersistent::serializePointer(ar, &object, out);
+  Bytes const b = bytesOf(ar);
+  Bytes got(b.begin() + 95, b.end());
+  Bytes expected{
+      // mark 7: no next; previous is the head mark at 2, 93 bytes back
+      0x61, 0x13, 0x4D, 0x6B, 0, 0, 0, 0, 7, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xA3, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0,
+      // pointer: layout 0, id, flag 1, next 0, previous: the head pointer at 73, 48 back
+      0x4F, 0xE5, 0x70, 0x54, 0, 0x01, 0x02, 0x03, 0x04, 1, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xD0,
+      // object record: id, no next, previous the head object at 28 (111 back)
+      0x6F, 0x8B, 0x68, 0x44, 0, 0x01, 0x02, 0x03, 0x04, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0x91, 0, 0, 0, 0, 0xFF, 0xFF,
+      0xFF, 0xFF, 0,
+      // layout 0, size 64, no pointer inside, type block
+      0, 0, 0, 0, 64, 0, 0, 0, 0, 0, 0, 15, 0x22};
+  std::string name = "ccAssertFailure";
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    unsigned char c = cc_ArchiveIO::substitute(static_cast<unsigned char>(name[i]));
+    expected.push_back(i == 0 ? c | 0x80 : c);
+  }
+  for (unsigned char c : {0x22, 0, 0, /* body: four versions, empty text */ 0, 0, 0, 0, 0, 0x22, 0x22})
+    expected.push_back(c);
+  EXPECT_EQ(got, expected);
+  // The head object now links forward to it, and the head pointer too.
+  EXPECT_EQ(Bytes(b.begin() + 28 + 9, b.begin() + 28 + 13), (Bytes{0, 0, 0, 0x6F}));
+  EXPECT_EQ(Bytes(b.begin() + 73 + 10, b.begin() + 73 + 14), (Bytes{0, 0, 0, 0x30}));
+}
+
+TEST(RecordBytes, TheSubstitutionIsSelfInverseWithSixteenFixedPoints) {
+  int fixed = 0;
+  for (int c = 0; c < 128; ++c) {
+    unsigned char const s = cc_ArchiveIO::substitute(static_cast<unsigned char>(c));
+    EXPECT_LT(s, 128);
+    EXPECT_EQ(cc_ArchiveIO::substitute(s), c);
+    fixed += s == c;
+  }
+  EXPECT_EQ(fixed, 16);
+  // Frozen: these values are in every file ever written.
+  EXPECT_EQ(cc_ArchiveIO::substitute('c'), 0x77);
+  EXPECT_EQ(cc_ArchiveIO::substitute('$'), 0x11);
+}
+
+TEST(SeekableStream, ModeKeepsThePositionAndReserveSkips) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  Pos const at = ar.tell();
+  ar.reserveU32();
+  ar << c_Int32{42};
+  Pos const end = ar.tell();
+  ar.seek(at);
+  ar << c_Int32{41};
+  ar.mode(ccArchive::eLoad);
+  EXPECT_EQ(ar.tell(), at + std::streamoff(4));
+  c_Int32 v = 0;
+  ar >> v;
+  EXPECT_EQ(v, 42);
+  ar.seek(at);
+  ar >> v;
+  EXPECT_EQ(v, 41);
+  ar.mode(ccArchive::eStore);
+  ar.seek(end);
+  ar << c_Int32{43};
+  ar.mode(ccArchive::eLoad);
+  ar.seek(end);
+  ar >> v;
+  EXPECT_EQ(v, 43);
+  EXPECT_DEATH(ar.reserve8(), "assertion failed");  // loading
+}
+
+TEST(SeekableStream, AppendContinuesNumbersAndChains) {
+  std::string const path = ::testing::TempDir() + "orvstd_append.arc";
+  {
+    ccFileArchive out(path, ccArchive::eStore, ccArchive::eLsbFirst, true);
+    out.writeNewMark(1);
+    ccAssertFailure a("first");
+    ccPersistent* p = nullptr;
+    ccPersistent::serializePointer(out, &a, p);
+  }
+  {
+    ccFileArchive more(path, ccArchive::eLoad, ccArchive::eLsbFirst, true, false);
+    more.append();
+    EXPECT_TRUE(more.isStoring());
+    EXPECT_EQ(more.writeNewMark(0), 2);
+    ccAssertFailure b("second");
+    ccPersistent* p = nullptr;
+    ccPersistent::serializePointer(more, &b, p);
+  }
+  ccFileArchive in(path, ccArchive::eLoad, ccArchive::eLsbFirst, true, true);
+  EXPECT_EQ(in.lastMarkNum(), 2);
+  EXPECT_EQ(in.nextObjectID(1), 2);
+  std::vector<std::string> texts;
+  for (Pos p = in.firstPointerPos(); ccArchive::isValid(p);) {
+    in.seek(p);
+    Pos const next = in.nextPointerPos();
+    ccPersistent* obj = nullptr;
+    ccPersistent::serializePointer(in, nullptr, obj);
+    texts.push_back(dynamic_cast<ccException*>(obj)->message(false));
+    delete obj;
+    p = next;
+  }
+  EXPECT_EQ(texts, (std::vector<std::string>{"first", "second"}));
+  std::remove(path.c_str());
+}
+
 TEST(DamagedInput, TruncatedAndLoopingArchivesRaiseTypedErrors) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ar.writeNewMark(1);
