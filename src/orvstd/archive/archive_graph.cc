@@ -1,9 +1,12 @@
 // Objects through archives: object records beside their first pointer,
 // shared objects stored once, embedded objects, and forgetting.
+#include <algorithm>
+#include <limits>
 #include <mutex>
 #include <typeinfo>
 
 #include "orvstd/archive/internal/archive_io.h"
+#include "orvstd/kernel/ksys_stack.h"
 #include "orvstd/util/devenv.h"
 
 using Pos = ccArchive::Pos;
@@ -12,6 +15,9 @@ using IO = cc_ArchiveIO;
 namespace {
 
 constexpr unsigned char kEmbeddedPrefix[4] = {0xF1, 0x66, 0x4B, 0xDF};
+// Generous: one level is a few hundred bytes, more under the sanitizers, and
+// the caller's own frames need room too.
+constexpr std::size_t kStackForOneMoreLevel = 256 * 1024;
 
 using ListLock = std::lock_guard<std::recursive_mutex>;
 
@@ -24,11 +30,19 @@ void linkParent(cc_ArchiveRep& rep, ccPersistent* obj) {
   child->second.parents.insert(rep.current);
 }
 
+// The end of a record read from the file. A size that runs past every
+// position is damage, and must not overflow on the way.
+Pos endOf(IO::ObjectRecord const& r) {
+  auto const start = static_cast<c_UInt64>(std::streamoff(r.header.start));
+  if (r.size > static_cast<c_UInt64>(std::numeric_limits<std::streamoff>::max()) - start)
+    throw ccArchive::BadContent("archutil", 2012);
+  return Pos(static_cast<std::streamoff>(start + r.size));
+}
+
 // Skips the object record at the current position (seekable only).
 void skipObjectRecord(ccArchive& ar) {
   if (!ar.isSeekable()) throw ccArchive::BadContent("archutil", 2010);
-  IO::ObjectRecord const r = IO::readObjectRecord(ar, false);
-  ar.seek(Pos(std::streamoff(std::streamoff(r.header.start) + static_cast<std::streamoff>(r.size))));
+  ar.seek(endOf(IO::readObjectRecord(ar, false)));
 }
 
 // The first pointer record written after `lastBefore`.
@@ -152,6 +166,7 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
   ccPersistent* obj = nullptr;
   if (auto known = rep.byId.find(p.id); known != rep.byId.end()) {
     obj = known->second.object;
+    if (rep.hasFailed(obj)) throw ccArchive::NotFound("archutil", 1983);
     if (p.flag == 1) skipObjectRecord(ar);  // already loaded through another path
   } else if (p.flag == 1) {
     Pos const after = ar.tell();
@@ -171,6 +186,8 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
     }
   } else {
     if (!ar.isSeekable()) throw ccArchive::NotFound("archutil", 1980);
+    // The id comes from the file: one that no record can have is not searched for.
+    if (p.id < 0 || p.id > 0x7FFFFFFE) throw ccArchive::NotFound("archutil", 1986);
     Pos const where = ar.findObject(p.id);
     if (!ccArchive::isValid(where)) throw ccArchive::NotFound("archutil", 1986);
     IO::PositionGuard at(ar, where);
@@ -190,6 +207,9 @@ ccPersistent* cc_ArchiveRep::loadObjectHere() {
   ListLock lock(cf_ArchiveListMutex());
   IO::ObjectRecord const r = IO::readObjectRecord(ar, true);
   if (!r.hasType) throw ccArchive::BadContent("archutil", 2220);
+  // Every nested object costs stack: a file nested deeper than this thread
+  // can take is refused before it overflows.
+  if (ksys_stack_headroom() < kStackForOneMoreLevel) throw ccArchive::BadContent("archutil", 2226);
   if (byId.count(r.header.number)) throw ccArchive::Duplicate("archutil", 2222);
   ccPersistent* obj = r.make();
   if (obj == nullptr) throw ccArchive::BadType("archutil", 2224);
@@ -200,18 +220,28 @@ ccPersistent* cc_ArchiveRep::loadObjectHere() {
   byAddress[obj] = si;
   ccPersistent* const saved = current;
   current = obj;
+  std::size_t const outer = loading.size();
+  loading.push_back(obj);
   try {
     obj->serialize(ar, 0);
+    // A newer writer may have added fields: skip whatever this reader left.
+    if (ar.isSeekable()) ar.seek(endOf(r));
   } catch (...) {
     current = saved;
-    failed.push_back(obj);  // known until the archive goes, then deleted
+    // Known until the archive goes, then deleted: this object and all that
+    // loaded under it, which may point to it and which the caller never gets.
+    failed.insert(failed.end(), loading.begin() + static_cast<std::ptrdiff_t>(outer), loading.end());
+    loading.resize(outer);
     throw;
   }
   current = saved;
-  // A newer writer may have added fields: skip whatever this reader left.
-  if (ar.isSeekable()) ar.seek(Pos(std::streamoff(std::streamoff(r.header.start) + static_cast<std::streamoff>(r.size))));
+  if (outer == 0) loading.clear();  // the whole graph is the caller's now
   obj->bound_ = true;
   return obj;
+}
+
+bool cc_ArchiveRep::hasFailed(ccPersistent* obj) const {
+  return std::find(failed.begin(), failed.end(), obj) != failed.end();
 }
 
 ccPersistent* ccArchive::loadObject() {
@@ -274,16 +304,10 @@ void ccPersistent::serializeObject(ccArchive& ar, ccPersistent& obj) {
     }
   }
   if (!prefixed && obj.loadSimple(ar)) return;
-  Pos start = ar.tell();
-  c_UInt64 size = 0;
-  if (ar.isSeekable() && prefixed) {
-    IO::ObjectRecord const r = IO::readObjectRecord(ar, true);
-    start = r.header.start;
-    size = r.size;
-  }
+  Pos end;
+  if (ar.isSeekable() && prefixed) end = endOf(IO::readObjectRecord(ar, true));
   obj.serialize(ar, 1);
-  if (ar.isSeekable() && prefixed)
-    ar.seek(Pos(std::streamoff(std::streamoff(start) + static_cast<std::streamoff>(size))));
+  if (ar.isSeekable() && prefixed) ar.seek(end);
 }
 
 ccArchive& operator||(ccArchive& ar, ccPersistent& obj) {

@@ -28,6 +28,9 @@ Pos at(c_Int64 off) { return Pos(std::streamoff(off)); }
 // Relative links: 0 is no link.
 Pos linkTarget(Pos start, c_Int64 rel) {
   if (rel == 0) return ccArchive::invalidPos();
+  // Links are read from the file: one past the largest position is damage
+  // too, and must not overflow on the way.
+  if (rel > std::numeric_limits<c_Int64>::max() - offsetOf(start)) throw ccArchive::BadContent("archutil", 365);
   c_Int64 const target = offsetOf(start) + rel;
   if (target < 0) throw ccArchive::BadContent("archutil", 365);
   return at(target);
@@ -124,7 +127,8 @@ cc_ArchiveIO::Header cc_ArchiveIO::readHeader(ccArchive& ar, Chain chain) {
   if (b[4] != 0) throw ccArchive::UnknownVersion("archutil", 373);
   bool const msb = msbFirst(ar);
   h.number = static_cast<c_Int32>(get32(b + 5, msb));
-  if (h.number < 0) throw ccArchive::BadContent("archutil", 369);
+  // No writer gives a number above kMaxNumber, and the walks refuse one.
+  if (h.number < 0 || h.number > kMaxNumber) throw ccArchive::BadContent("archutil", 369);
   auto const next = static_cast<c_Int64>(static_cast<c_UInt64>(get32(b + 17, msb)) << 32 | get32(b + 9, msb));
   auto const prev = static_cast<c_Int64>(static_cast<c_UInt64>(get32(b + 21, msb)) << 32 | get32(b + 13, msb));
   h.next = linkTarget(h.start, next);

@@ -33,7 +33,8 @@ TEST(ExceptionArchive, EveryRegisteredClassRoundTripsAndRethrowsAsItself) {
       for (auto ordering : {ccArchive::eMsbFirst, ccArchive::eLsbFirst}) {
         std::unique_ptr<ccException> back = roundTrip(*e, seekable, ordering);
         ASSERT_NE(back, nullptr) << cf_CanonicalTypeName(*entry.type);
-        EXPECT_EQ(typeid(*back), *entry.type);
+        ccException const& loaded = *back;
+        EXPECT_EQ(typeid(loaded), *entry.type);
         EXPECT_EQ(back->errorNumber(), e->errorNumber());
         EXPECT_EQ(back->message(true), e->message(true));
         try {

@@ -2,12 +2,15 @@
 // chains, promotion to wide records, and damaged input.
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "orvstd/archive/archive.h"
 #include "orvstd/archive/internal/archive_io.h"
+#include "orvstd/archive/testing/graph_node.h"
 #include "orvstd/archive/testing/sparse_streambuf.h"
 
 // A persistent node with one pointer, for object records.
@@ -522,6 +525,42 @@ TEST(SeekableStream, AppendContinuesNumbersAndChains) {
   std::remove(path.c_str());
 }
 
+TEST(DamagedInput, NestingDeeperThanTheStackIsRefused) {
+  // A chain of nodes, each written inside its parent's body.
+  constexpr int kDepth = 4000;
+  std::vector<ccRecTestNode> nodes(kDepth);
+  for (int i = 0; i + 1 < kDepth; ++i) nodes[i].link = &nodes[i + 1];
+  ccMemoryArchive ar(ccArchive::eLsbFirst, false);
+  ccPersistent* out = nullptr;
+  ccPersistent::serializePointer(ar, &nodes[0], out);
+
+  // Loaded on a thread with a small stack: a typed error, not an overflow.
+  struct Job {
+    ccMemoryArchive const* ar;
+    std::string outcome;
+  } job{&ar, ""};
+  auto body = [](void* p) -> void* {
+    auto* j = static_cast<Job*>(p);
+    ccMemoryArchive in(j->ar->storage(), static_cast<c_Int32>(j->ar->size()), false, false);
+    ccPersistent* loaded = nullptr;
+    try {
+      ccPersistent::serializePointer(in, nullptr, loaded);
+      j->outcome = "loaded";
+    } catch (ccArchive::BadContent const& e) {
+      j->outcome = "BadContent " + std::to_string(e.line());
+    }
+    return nullptr;
+  };
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  pthread_attr_setstacksize(&attr, 1024 * 1024);
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, &attr, body, &job), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attr);
+  EXPECT_EQ(job.outcome, "BadContent 2226");
+}
+
 TEST(DamagedInput, TruncatedAndLoopingArchivesRaiseTypedErrors) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ar.writeNewMark(1);
@@ -549,6 +588,156 @@ TEST(DamagedInput, TruncatedAndLoopingArchivesRaiseTypedErrors) {
   std::memset(&looped[m2 + 17], 0xFF, 4);  // the high half of a negative link
   ccMemoryArchive in(looped.data(), static_cast<c_Int32>(looped.size()), true, false);
   EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
+}
+
+// The position of the stored (substituted) type name of `name` in `bytes`.
+std::size_t storedNameAt(std::string const& bytes, std::string name) {
+  for (char& c : name) c = static_cast<char>(cc_ArchiveIO::substitute(static_cast<unsigned char>(c)));
+  name[0] = static_cast<char>(name[0] | 0x80);
+  return bytes.find(name);
+}
+
+TEST(DamagedInput, APointerToAnObjectWhoseLoadFailedIsNotFound) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  ccRecTestNode a;
+  ccPersistent* out = nullptr;
+  Pos const first = ar.tell();
+  ccPersistent::serializePointer(ar, &a, out);
+  ccPersistent::serializePointer(ar, &a, out);  // a reference to the same object
+  std::string bytes(ar.storage(), ar.size());
+  // The first byte of the body, the node's class version, says 1.
+  std::size_t const name = storedNameAt(bytes, "ccRecTestNode");
+  ASSERT_NE(name, std::string::npos);
+  bytes[name + std::strlen("ccRecTestNode") + 3] = 1;  // after the closing quote and the reserved word
+
+  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+  in.seek(first);
+  ccPersistent* p = nullptr;
+  EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::UnknownVersion);
+  // The half-made object belongs to the archive, which frees it: never hand it out.
+  EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::NotFound);
+  EXPECT_EQ(p, nullptr);
+}
+
+TEST(DamagedInput, ObjectsLoadedUnderAFailedObjectFailWithIt) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  ccArchiveTestNode a, b;
+  a.left = &b;
+  b.left = &a;  // a cycle back to the object that will fail
+  ccPersistent* out = nullptr;
+  Pos const first = ar.tell();
+  ccPersistent::serializePointer(ar, &a, out);
+  ccPersistent::serializePointer(ar, &b, out);  // a reference to b
+  // Pointer records in stream order: a, a.left, b.left, b.right, a.right, b.
+  std::vector<Pos> pointers;
+  ar.mode(ccArchive::eLoad);
+  for (Pos at = ar.firstPointerPos(); ccArchive::isValid(at); at = ar.nextPointerPos()) {
+    pointers.push_back(at);
+    ar.seek(at);
+  }
+  ASSERT_EQ(pointers.size(), 6u);
+  std::string bytes(ar.storage(), ar.size());
+  std::memset(&bytes[off(pointers[4])], 0, 4);  // a.right: a fails after b has loaded
+
+  {
+    ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+    in.seek(first);
+    ccPersistent* p = nullptr;
+    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::BadContent);
+    EXPECT_EQ(in.tell(), pointers[5]);
+    // b loaded, but points back at a, which the archive frees.
+    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::NotFound);
+    EXPECT_EQ(ccArchiveTestNode::live().size(), 4u);  // a and b here, their copies in the archive
+  }
+  // Nothing loaded is left behind without an owner.
+  EXPECT_EQ(ccArchiveTestNode::live().size(), 2u);
+}
+
+TEST(DamagedInput, APointerIdNoRecordCanHaveIsNotFound) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  ccPersistent* out = nullptr;
+  Pos const at = ar.tell();
+  ccPersistent::serializePointer(ar, nullptr, out);
+  std::string const good(ar.storage(), ar.size());
+  for (c_Int32 id : {-5, 0x7FFFFFFF}) {
+    std::string bytes = good;
+    std::memcpy(&bytes[off(at) + 5], &id, 4);  // flag 0: the object is elsewhere
+    ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+    in.seek(at);
+    ccPersistent* p = nullptr;
+    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::NotFound) << id;
+  }
+}
+
+TEST(DamagedInput, AnObjectWhoseRecordSizeRunsPastTheEndIsNotLeaked) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  ccArchiveTestNode n;
+  n.value = 3;
+  ccPersistent* out = nullptr;
+  Pos const at = ar.tell();
+  ccPersistent::serializePointer(ar, &n, out);
+  std::string bytes(ar.storage(), ar.size());
+  // The narrow size of the record behind the pointer, 1000 bytes too large.
+  std::size_t const sizeAt = static_cast<std::size_t>(off(at)) + cc_ArchiveIO::kNarrowPointerSize + 27;
+  c_UInt32 size = 0;
+  std::memcpy(&size, &bytes[sizeAt], 4);
+  size += 1000;
+  std::memcpy(&bytes[sizeAt], &size, 4);
+  std::size_t const before = ccArchiveTestNode::live().size();
+  {
+    ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+    in.seek(at);
+    ccPersistent* p = nullptr;
+    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::BadBuffer);
+    in.seek(in.findObject(1));
+    EXPECT_THROW(in.loadObject(), ccArchive::Duplicate);  // known, and the archive's
+  }
+  EXPECT_EQ(ccArchiveTestNode::live().size(), before);  // freed with the archive
+}
+
+TEST(DamagedInput, ALinkBeyondTheLargestPositionIsBadContent) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  Pos const mark = ar.tell();
+  ar.writeNewMark(1);
+  std::string bytes(ar.storage(), ar.size());
+  // Next link 0x7FFFFFFFFFFFFFF0: the record's start plus it leaves every position.
+  c_UInt32 const low = 0xFFFFFFF0u, high = 0x7FFFFFFFu;
+  std::memcpy(&bytes[off(mark) + 9], &low, 4);
+  std::memcpy(&bytes[off(mark) + 17], &high, 4);
+  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+  EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
+  EXPECT_THROW(in.nextMarkNum(1), ccArchive::BadContent);
+}
+
+TEST(DamagedInput, ARecordNumberNoWriterGivesIsBadContent) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  Pos const mark = ar.tell();
+  ar.writeNewMark(1);
+  std::string bytes(ar.storage(), ar.size());
+  c_Int32 const number = 0x7FFFFFFF;  // above every mark number and object id
+  std::memcpy(&bytes[off(mark) + 5], &number, 4);
+  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+  // Listed, it could only be handed back to nextMarkNum, which refuses it.
+  EXPECT_THROW(in.firstMarkNum(), ccArchive::BadContent);
+  EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
+}
+
+TEST(DamagedInput, AWideRecordSizeBeyondTheLargestPositionIsBadContent) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  cc_ArchiveIO::rep(ar).wide = true;  // records in the wide layout from here on
+  ccRecTestNode n;
+  ccPersistent* out = nullptr;
+  Pos const at = ar.tell();
+  ccPersistent::serializePointer(ar, &n, out);
+  std::string bytes(ar.storage(), ar.size());
+  std::size_t const sizeAt = static_cast<std::size_t>(off(at)) + cc_ArchiveIO::kWidePointerSize + 27;
+  ASSERT_EQ(bytes[sizeAt - 1], 1);  // the layout byte
+  c_UInt64 const size = 0x7FFFFFFFFFFFFFFFull;  // the record's start plus it overflows
+  std::memcpy(&bytes[sizeAt], &size, 8);
+  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+  in.seek(at);
+  ccPersistent* p = nullptr;
+  EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::BadContent);
 }
 
 }  // namespace

@@ -10,12 +10,22 @@
 
 // ccStrstreambuf ------------------------------------------------------------------
 
+namespace {
+
+// The zeroed room made ahead of the writes: enough that most small writes
+// are a bare copy, little enough that no large untouched part of the
+// reserved memory is filled.
+constexpr std::size_t kZeroAhead = 16 * 1024;
+
+}  // namespace
+
 std::streamsize ccStrstreambuf::xsputn(char const* s, std::streamsize n) {
   if (view_ || n <= 0) return 0;
   std::size_t const end = put_ + static_cast<std::size_t>(n);
+  // bytes_ may run past high_; those bytes were never written and are zero.
   if (end > bytes_.size()) {
     if (end > bytes_.capacity()) bytes_.reserve(std::max(end, bytes_.capacity() * 2));
-    bytes_.resize(end);
+    bytes_.resize(std::max(end, std::min(bytes_.capacity(), bytes_.size() + kZeroAhead)));
   }
   std::memcpy(bytes_.data() + put_, s, static_cast<std::size_t>(n));
   put_ = end;
@@ -72,7 +82,7 @@ ccStrstreambuf::pos_type ccStrstreambuf::seekpos(pos_type pos, std::ios_base::op
   if (out) {
     if (view_) return pos_type(off_type(-1));
     if (target > high_) {  // a put seek past the end extends with zeros
-      bytes_.resize(target);
+      if (target > bytes_.size()) bytes_.resize(target);
       high_ = target;
     }
     put_ = target;
@@ -151,9 +161,13 @@ bool cc_FileStreambuf::loadWindow(std::size_t offset) {
 
 std::streamsize cc_FileStreambuf::xsputn(char const* s, std::streamsize n) {
   if (fd_ < 0 || readOnly_ || n <= 0) return 0;
+  auto const windowHolds = [this](std::size_t at) {
+    return windowLoaded_ && at >= windowStart_ && at < windowStart_ + kWindow;
+  };
   std::streamsize done = 0;
   while (done < n) {
-    if (!loadWindow(put_)) break;
+    // The window in place is checked here: loadWindow is an exported call.
+    if (!windowHolds(put_) && !loadWindow(put_)) break;
     std::size_t const off = put_ - windowStart_;
     std::size_t const k = std::min(static_cast<std::size_t>(n - done), kWindow - off);
     if (off > windowFill_) std::memset(window_.data() + windowFill_, 0, off - windowFill_);
@@ -176,9 +190,12 @@ std::streamsize cc_FileStreambuf::xsputn(char const* s, std::streamsize n) {
 
 std::streamsize cc_FileStreambuf::xsgetn(char* s, std::streamsize n) {
   if (fd_ < 0 || n <= 0) return 0;
+  auto const windowHolds = [this](std::size_t at) {
+    return windowLoaded_ && at >= windowStart_ && at < windowStart_ + kWindow;
+  };
   std::streamsize done = 0;
   while (done < n && get_ < fileSize_) {
-    if (!loadWindow(get_)) break;
+    if (!windowHolds(get_) && !loadWindow(get_)) break;
     std::size_t const off = get_ - windowStart_;
     if (off >= windowFill_) break;
     std::size_t const k = std::min(static_cast<std::size_t>(n - done), windowFill_ - off);

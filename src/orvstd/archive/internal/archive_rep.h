@@ -52,7 +52,13 @@ class cc_ArchiveRep {
   ccArchive::Pos foundMark = ccArchive::invalidPos();
   ccArchive::Pos foundObject = ccArchive::invalidPos();
   // Objects whose load failed: known until the archive goes, then deleted.
+  // A pointer to one of them is NotFound: it is half made and not the
+  // caller's.
   std::vector<ccPersistent*> failed;
+  // Objects made by the loads in progress, outermost first. Those made
+  // while an object loads can reach it, so they fail with it.
+  std::vector<ccPersistent*> loading;
+  bool hasFailed(ccPersistent* obj) const;
 };
 
 // The lock over the list of live archives and all object-graph work.
