@@ -527,7 +527,7 @@ TEST(SeekableStream, AppendContinuesNumbersAndChains) {
 
 TEST(DamagedInput, NestingDeeperThanTheStackIsRefused) {
   // A chain of nodes, each written inside its parent's body.
-  constexpr int kDepth = 4000;
+  constexpr int kDepth = 1500;
   std::vector<ccRecTestNode> nodes(kDepth);
   for (int i = 0; i + 1 < kDepth; ++i) nodes[i].link = &nodes[i + 1];
   ccMemoryArchive ar(ccArchive::eLsbFirst, false);
@@ -553,7 +553,7 @@ TEST(DamagedInput, NestingDeeperThanTheStackIsRefused) {
   };
   pthread_attr_t attr;
   pthread_attr_init(&attr);
-  pthread_attr_setstacksize(&attr, 1024 * 1024);
+  pthread_attr_setstacksize(&attr, 512 * 1024);
   pthread_t thread;
   ASSERT_EQ(pthread_create(&thread, &attr, body, &job), 0);
   pthread_join(thread, nullptr);
