@@ -4,6 +4,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -345,6 +346,14 @@ TEST(Promotion, PointerGapAboveTwoGigabytes) {
     ar.seek(p);
     return cc_ArchiveIO::readPointer(ar);
   };
+  // The promoted record's bytes: magic 55, layout 0, the wide next link.
+  ar.seek(p1);
+  char raw[18];
+  ar.raw(raw, 18);
+  c_UInt64 const gap = static_cast<c_UInt64>(off(p2) - off(p1));
+  Bytes expectP1{0x4F, 0xE5, 0x70, 0x55, 0, 0, 0, 0, 0, 0};
+  for (int i = 0; i < 8; ++i) expectP1.push_back(static_cast<unsigned char>(gap >> (8 * i)));
+  EXPECT_EQ(Bytes(raw, raw + 18), expectP1);
   auto r1 = read(p1), r2 = read(p2), r3 = read(p3);
   EXPECT_TRUE(r1.magicWide);
   EXPECT_FALSE(r1.wideLayout);
@@ -418,36 +427,66 @@ TEST(Promotion, ObjectSizeAboveFourGigabytes) {
   EXPECT_EQ(node->value, 9);
 }
 
-TEST(RecordBytes, MarkObjectAndPointerRecordsMostSignificantFirst) {
-  ccMemoryArchive ar(ccArchive::eMsbFirst, true);
-  ar.setStartingID(0x01020304);
-  ar.writeNewMark(7);
-  ccAssertFailure object;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &object, out);
-  Bytes const b = bytesOf(ar);
-  Bytes got(b.begin() + 95, b.end());
-  Bytes expected{
-      // mark 7: no next; previous is the head mark at 2, 93 bytes back
-      0x61, 0x13, 0x4D, 0x6B, 0, 0, 0, 0, 7, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xA3, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0,
-      // pointer: layout 0, id, flag 1, next 0, previous: the head pointer at 73, 48 back
-      0x4F, 0xE5, 0x70, 0x54, 0, 0x01, 0x02, 0x03, 0x04, 1, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xD0,
-      // object record: id, no next, previous the head object at 28 (111 back)
-      0x6F, 0x8B, 0x68, 0x44, 0, 0x01, 0x02, 0x03, 0x04, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0x91, 0, 0, 0, 0, 0xFF, 0xFF,
-      0xFF, 0xFF, 0,
-      // layout 0, size 64, no pointer inside, type block
-      0, 0, 0, 0, 64, 0, 0, 0, 0, 0, 0, 15, 0x22};
-  std::string name = "ccAssertFailure";
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    unsigned char c = cc_ArchiveIO::substitute(static_cast<unsigned char>(name[i]));
-    expected.push_back(i == 0 ? c | 0x80 : c);
+// A 32-bit field as it stands in a file of the given ordering.
+Bytes field32(c_UInt32 v, bool msb) {
+  Bytes b{static_cast<unsigned char>(v >> 24), static_cast<unsigned char>(v >> 16),
+          static_cast<unsigned char>(v >> 8), static_cast<unsigned char>(v)};
+  if (!msb) std::reverse(b.begin(), b.end());
+  return b;
+}
+
+TEST(RecordBytes, MarkObjectAndPointerRecordsInBothOrderings) {
+  for (bool msb : {true, false}) {
+    ccMemoryArchive ar(msb ? ccArchive::eMsbFirst : ccArchive::eLsbFirst, true);
+    ar.setStartingID(0x01020304);
+    ar.writeNewMark(7);
+    ccAssertFailure object;
+    ccPersistent* out = nullptr;
+    ccPersistent::serializePointer(ar, &object, out);
+    Bytes const b = bytesOf(ar);
+    Bytes got(b.begin() + 95, b.end());
+    Bytes expected;
+    auto add = [&](Bytes const& part) { expected.insert(expected.end(), part.begin(), part.end()); };
+    Bytes const zero4{0, 0, 0, 0};
+    // mark 7: no next; previous is the head mark at 2, 93 bytes back
+    add({0x61, 0x13, 0x4D, 0x6B, 0});
+    add(field32(7, msb));
+    add(zero4);
+    add(field32(static_cast<c_UInt32>(-93), msb));
+    add(zero4);
+    add(field32(0xFFFFFFFF, msb));
+    add({0});
+    // pointer: layout 0, id, flag 1, next 0, previous: the head pointer at 73, 48 back
+    add({0x4F, 0xE5, 0x70, 0x54, 0});
+    add(field32(0x01020304, msb));
+    add({1});
+    add(zero4);
+    add(field32(static_cast<c_UInt32>(-48), msb));
+    // object record: id, no next, previous the head object at 28 (111 back)
+    add({0x6F, 0x8B, 0x68, 0x44, 0});
+    add(field32(0x01020304, msb));
+    add(zero4);
+    add(field32(static_cast<c_UInt32>(-111), msb));
+    add(zero4);
+    add(field32(0xFFFFFFFF, msb));
+    add({0});
+    // layout 0, size 64, no pointer inside, type block
+    add({0});
+    add(field32(64, msb));
+    add(zero4);
+    add({0, 0, 15, 0x22});
+    std::string name = "ccAssertFailure";
+    for (std::size_t i = 0; i < name.size(); ++i) {
+      unsigned char c = cc_ArchiveIO::substitute(static_cast<unsigned char>(name[i]));
+      expected.push_back(i == 0 ? c | 0x80 : c);
+    }
+    add({0x22, 0, 0});
+    add({0, 0, 0, 0, 0, 0x22, 0x22});  // body: four versions, an empty text
+    EXPECT_EQ(got, expected) << (msb ? "msb" : "lsb");
+    // The head object now links forward to it, and the head pointer too.
+    EXPECT_EQ(Bytes(b.begin() + 28 + 9, b.begin() + 28 + 13), field32(0x6F, msb));
+    EXPECT_EQ(Bytes(b.begin() + 73 + 10, b.begin() + 73 + 14), field32(0x30, msb));
   }
-  for (unsigned char c : {0x22, 0, 0, /* body: four versions, empty text */ 0, 0, 0, 0, 0, 0x22, 0x22})
-    expected.push_back(c);
-  EXPECT_EQ(got, expected);
-  // The head object now links forward to it, and the head pointer too.
-  EXPECT_EQ(Bytes(b.begin() + 28 + 9, b.begin() + 28 + 13), (Bytes{0, 0, 0, 0x6F}));
-  EXPECT_EQ(Bytes(b.begin() + 73 + 10, b.begin() + 73 + 14), (Bytes{0, 0, 0, 0x30}));
 }
 
 TEST(RecordBytes, TheSubstitutionIsSelfInverseWithSixteenFixedPoints) {
