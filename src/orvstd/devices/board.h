@@ -5,33 +5,12 @@
 #ifndef ORVSTD_DEVICES_BOARD_H_
 #define ORVSTD_DEVICES_BOARD_H_
 
-#include <iosfwd>
-#include <string>
-
-#include "orvstd/defs/types.h"
-#include "orvstd/except/except.h"
+#include "orvstd/devices/last_error_family.h"
 
 class ccBoard {
  public:
-  class Errors : public ccException {
-   public:
-    Errors(Errors const&) = default;
-    Errors& operator=(Errors const&) = default;
-    ~Errors() override;
-    std::string const& text() const { return text_; }
-    c_Int32 lastError() const { return lastError_; }
-
-   protected:
-    explicit Errors(char const* text = nullptr, c_Int32 lastError = 0)
-        : text_(text ? text : ""), lastError_(lastError) {}
-    void dispatchSerialize(ccArchive& ar) override;
-    void serialize_(ccArchive& ar, unsigned char version);
-    void message_(std::ostream& os) const override;
-
-   private:
-    std::string text_;
-    c_Int32 lastError_;
-  };
+  static constexpr char kErrorsVersionText[] = "ccBoard::Errors class version mismatch";
+  using Errors = cc_LastErrorFamily<ccBoard>;
   cmErrorClass(BadParams, Errors, 0x10002c00);
   cmErrorClass(StaticInitDisorder, Errors, 0x10002c01);
   cmErrorClass(NotSupported, Errors, 0x10002c02);
@@ -44,5 +23,8 @@ class ccBoard {
   cmErrorClass(BadEERAMContents, Errors, 0x10002c0c);
   cmErrorClass(MultiProcessAccessFailed, Errors, 0x10002c0d);
 };
+
+// Instantiated once, in last_error_family.cc.
+extern template class cc_LastErrorFamily<ccBoard>;
 
 #endif  // ORVSTD_DEVICES_BOARD_H_
