@@ -329,6 +329,38 @@ TEST(Pointers, RenumberAndRemove) {
   ar.seek(end);
 }
 
+TEST(Objects, RemoveUnlinksAndRenumberedPointersGetTheirFlag) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  ccRecTestNode a, b;
+  ccPersistent* out = nullptr;
+  Pos const pa = ar.tell();
+  ccPersistent::serializePointer(ar, &a, out);
+  Pos const pb = ar.tell();
+  ccPersistent::serializePointer(ar, &b, out);
+  Pos const end = ar.tell();
+  // Renumber b's pointer to a: another object (b) stands behind it and the
+  // old flag was set, so the record behind must be skipped: flag 2.
+  ar.seek(pb);
+  ar.pointerObjectID(1);
+  Bytes bytes = bytesOf(ar);
+  EXPECT_EQ(bytes[off(pb) + 9], 2);
+  ar.seek(pb);
+  ar.pointerObjectID(0);
+  EXPECT_EQ(bytesOf(ar)[off(pb) + 9], 0);
+  // Remove a's record: the chain goes straight to b's.
+  ar.seek(ar.findObject(1));
+  Pos const recordA = ar.tell();
+  ar.removeObject();
+  EXPECT_EQ(ar.firstObjectID(), 2);
+  EXPECT_EQ(ar.findObject(1), ccArchive::invalidPos());
+  bytes = bytesOf(ar);
+  EXPECT_EQ(Bytes(bytes.begin() + off(recordA), bytes.begin() + off(recordA) + 4), (Bytes{0, 0, 0, 0}));
+  ar.seek(end);
+  ar.mode(ccArchive::eLoad);
+  ar.seek(pa);
+  EXPECT_EQ(ar.pointerObjectID(), 1);
+}
+
 TEST(Promotion, PointerGapAboveTwoGigabytes) {
   SparseArchive ar;
   ccPersistent* out = nullptr;
