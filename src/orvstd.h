@@ -10,6 +10,7 @@
 #include "orvstd/archive/persistent.h"
 #include "orvstd/archive/registry.h"
 #include "orvstd/archive/archive.h"
+#include "orvstd/archive/persistent_handle.h"
 #include "orvstd/handle/repbase.h"
 #include "orvstd/handle/ptrhandle.h"
 #include "orvstd/util/debug.h"

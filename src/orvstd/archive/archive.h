@@ -26,6 +26,9 @@
 #include "orvstd/util/strstreambuf.h"
 
 class cc_ArchiveRep;
+class ccArchive;
+// Internal, for handle loading (persistent_handle.h).
+[[noreturn]] void cf_PointerOfWrongClass(ccArchive& ar, ccPersistent* loaded);
 
 class ccArchive {
  public:
@@ -219,6 +222,7 @@ class ccArchive {
  private:
   friend ccArchive& operator||(ccArchive& ar, unsigned char& v);
   friend class ccPersistent;
+  friend void cf_PointerOfWrongClass(ccArchive& ar, ccPersistent* loaded);
 
   template <class T>
   ccArchive& prim1(T* v) {

@@ -6,6 +6,7 @@
 #include <typeinfo>
 
 #include "orvstd/archive/internal/archive_io.h"
+#include "orvstd/archive/persistent_handle.h"
 #include "orvstd/kernel/ksys_stack.h"
 #include "orvstd/util/devenv.h"
 
@@ -161,9 +162,11 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
   }
 
   out = nullptr;
+  rep.freshFromLastPointer = nullptr;
   IO::PointerRecord const p = IO::readPointer(ar);
   if (p.id == 0) return;
   ccPersistent* obj = nullptr;
+  bool const wasKnown = rep.byId.count(p.id) != 0;
   if (auto known = rep.byId.find(p.id); known != rep.byId.end()) {
     obj = known->second.object;
     if (rep.hasFailed(obj)) throw ccArchive::NotFound("archutil", 1983);
@@ -195,6 +198,7 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
   }
   if (p.flag == 2) skipObjectRecord(ar);
   cmAssert(obj != nullptr);
+  if (!wasKnown) rep.freshFromLastPointer = obj;
   out = obj;
   linkParent(rep, obj);
 }
@@ -242,6 +246,16 @@ ccPersistent* cc_ArchiveRep::loadObjectHere() {
 
 bool cc_ArchiveRep::hasFailed(ccPersistent* obj) const {
   return std::find(failed.begin(), failed.end(), obj) != failed.end();
+}
+
+void cf_PointerOfWrongClass(ccArchive& ar, ccPersistent* loaded) {
+  cc_ArchiveRep& rep = *ar.rep_;
+  ListLock lock(cf_ArchiveListMutex());
+  // A body this load made has no owner now: the archive keeps it, and a
+  // later pointer to it is NotFound, as for a failed load.
+  if (rep.loading.empty() && rep.freshFromLastPointer == loaded && !rep.hasFailed(loaded))
+    rep.failed.push_back(loaded);
+  throw ccArchive::BadType("archutil", 2240);
 }
 
 ccPersistent* ccArchive::loadObject() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <list>
+#include <vector>
 
 #include "orvstd/except/assert.h"
 
@@ -34,28 +35,27 @@ cc_ArchiveRep::~cc_ArchiveRep() {
 }
 
 void cc_ArchiveRep::forget(ccPersistent* obj, bool leaving) {
-  auto it = byAddress.find(obj);
-  if (it != byAddress.end()) {
+  // Everything that refers to a changed object must be written again, at
+  // every level. A work list instead of recursion: a chain may be
+  // thousands of objects long.
+  std::vector<ccPersistent*> work{obj};
+  while (!work.empty()) {
+    ccPersistent* const o = work.back();
+    work.pop_back();
+    auto it = byAddress.find(o);
+    if (it == byAddress.end()) continue;
     for (ccPersistent* child : it->second.children) {
       auto c = byAddress.find(child);
       cmAssert(c != byAddress.end());
-      c->second.parents.erase(obj);
+      c->second.parents.erase(o);
     }
-    // Everything that refers to a changed object must be written again.
-    while (true) {
-      it = byAddress.find(obj);
-      if (it == byAddress.end() || it->second.parents.empty()) break;
-      ccPersistent* parent = *it->second.parents.begin();
-      it->second.parents.erase(parent);
+    for (ccPersistent* parent : it->second.parents) {
       auto p = byAddress.find(parent);
-      if (p != byAddress.end()) p->second.children.erase(obj);
-      forget(parent, false);
+      if (p != byAddress.end()) p->second.children.erase(o);
+      work.push_back(parent);
     }
-    it = byAddress.find(obj);
-    if (it != byAddress.end()) {
-      byId.erase(it->second.id);
-      byAddress.erase(it);
-    }
+    byId.erase(it->second.id);
+    byAddress.erase(it);
   }
   if (leaving) obj->bound_ = false;
 }

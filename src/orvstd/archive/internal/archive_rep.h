@@ -58,6 +58,9 @@ class cc_ArchiveRep {
   // Objects made by the loads in progress, outermost first. Those made
   // while an object loads can reach it, so they fail with it.
   std::vector<ccPersistent*> loading;
+  // The object the last loaded pointer made (null if it was known before):
+  // the one that has no owner if its receiver refuses it.
+  ccPersistent* freshFromLastPointer = nullptr;
   bool hasFailed(ccPersistent* obj) const;
 };
 

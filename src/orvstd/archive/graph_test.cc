@@ -1,0 +1,124 @@
+// Object graphs: handles through archives, wrong classes, and forgetting
+// long chains of referring objects.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "orvstd/archive/internal/archive_io.h"
+#include "orvstd/archive/persistent_handle.h"
+
+// A shared, persistent body that refers to another through a handle.
+class ccGraphBody : public ccRepBase, public ccPersistent {
+ public:
+  c_Int32 value = 0;
+  ccPtrHandle<ccGraphBody> next;
+
+ protected:
+  void dispatchSerialize(ccArchive& ar) override {
+    dispatchVersioned_(ar, this, sizeof(ccGraphBody), 0, [&](unsigned char v) { serialize_(ar, v); });
+  }
+  void serialize_(ccArchive& ar, unsigned char version) {
+    cfCheckClassVersion(version, 0, "graph_test", __LINE__);
+    ccPersistent::dispatchSerialize(ar);
+    ar || value;
+    ar || next;
+  }
+};
+static cc_Instantiator const graphBodyInstantiator(typeid(ccGraphBody), &cf_MakeNothrow<ccGraphBody>);
+
+// Another class, to be loaded where a ccGraphBody is expected.
+class ccGraphOther : public ccRepBase, public ccPersistent {
+ protected:
+  void dispatchSerialize(ccArchive& ar) override {
+    dispatchVersioned_(ar, this, sizeof(ccGraphOther), 0, [&](unsigned char) { ccPersistent::dispatchSerialize(ar); });
+  }
+};
+static cc_Instantiator const graphOtherInstantiator(typeid(ccGraphOther), &cf_MakeNothrow<ccGraphOther>);
+
+namespace {
+
+TEST(HandleGraph, SharedBodiesStayShared) {
+  ccPtrHandle<ccGraphBody> a(new ccGraphBody), b(new ccGraphBody);
+  a->value = 1;
+  b->value = 2;
+  a->next = b;
+  ccMemoryArchive out(ccArchive::eLsbFirst, true);
+  out || a;
+  out || b;  // known: a reference only
+  EXPECT_EQ(out.nextObjectID(2), 0);
+
+  ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), true, false);
+  ccPtrHandle<ccGraphBody> la, lb;
+  in || la;
+  in || lb;
+  ASSERT_TRUE(la && lb);
+  EXPECT_EQ(la->value, 1);
+  EXPECT_TRUE(la->next == lb);
+  EXPECT_EQ(lb->refCount(), 2);
+  EXPECT_EQ(la->refCount(), 1);
+  ccPtrHandle_const<ccGraphBody> empty;
+  ccMemoryArchive nullOut(ccArchive::eLsbFirst, false);
+  nullOut || empty;  // a null handle is one pointer record with id 0
+  EXPECT_EQ(nullOut.size(), 2u + 18u);
+}
+
+TEST(HandleGraph, ABodyOfAnotherClassIsATypedErrorNotABadCast) {
+  ccPtrHandle<ccGraphOther> other(new ccGraphOther);
+  ccMemoryArchive out(ccArchive::eLsbFirst, false);
+  out || other;
+  out || other;
+  ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), false, false);
+  ccPtrHandle<ccGraphBody> wrong;
+  try {
+    in || wrong;
+    FAIL();
+  } catch (ccArchive::BadType const& e) {
+    EXPECT_EQ(e.line(), 2240);
+  }
+  EXPECT_FALSE(wrong);
+  // The refused body stays with the archive: a later pointer to it is NotFound.
+  ccPtrHandle<ccGraphOther> again;
+  EXPECT_THROW(in || again, ccArchive::NotFound);
+}
+
+TEST(ForgetGraph, ALongChainOfReferringObjectsIsForgottenWithoutRecursion) {
+  // Object i refers to object i + 1, as if the chain had been stored: a
+  // change to the last one must bring down all of them.
+  constexpr int kLength = 300000;
+  std::vector<ccGraphOther> objects(kLength);
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  cc_ArchiveRep& rep = cc_ArchiveIO::rep(ar);
+  for (int i = 0; i < kLength; ++i) {
+    cc_SI si;
+    si.id = i + 1;
+    si.object = &objects[i];
+    if (i > 0) si.parents.insert(&objects[i - 1]);
+    if (i + 1 < kLength) si.children.insert(&objects[i + 1]);
+    rep.byId[si.id] = si;
+    rep.byAddress[&objects[i]] = si;
+  }
+  ccArchive::mutating(&objects[kLength - 1]);
+  EXPECT_TRUE(rep.byAddress.empty());
+  EXPECT_TRUE(rep.byId.empty());
+
+  // A star: many objects refer to one.
+  ccGraphOther hub;
+  for (int i = 0; i < 1000; ++i) {
+    cc_SI si;
+    si.id = i + 2;
+    si.object = &objects[i];
+    si.children.insert(&hub);
+    rep.byId[si.id] = si;
+    rep.byAddress[&objects[i]] = si;
+  }
+  cc_SI h;
+  h.id = 1;
+  h.object = &hub;
+  for (int i = 0; i < 1000; ++i) h.parents.insert(&objects[i]);
+  rep.byId[1] = h;
+  rep.byAddress[&hub] = h;
+  ccArchive::mutating(&hub);
+  EXPECT_TRUE(rep.byAddress.empty());
+}
+
+}  // namespace
