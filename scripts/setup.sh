@@ -13,6 +13,8 @@ command -v g++ >/dev/null || need+=(g++)
 [ -f /usr/include/benchmark/benchmark.h ] || need+=(libbenchmark-dev)
 # Only the archive benchmark's comparison uses it; the library never links it.
 [ -f /usr/include/boost/archive/binary_oarchive.hpp ] || need+=(libboost-serialization-dev)
+# Benchmarks of the maths compare with Eigen (header-only); the library never uses it.
+[ -f /usr/include/eigen3/Eigen/Core ] || need+=(libeigen3-dev)
 # `setup.sh fuzz` (from scripts/fuzz.sh): clang with libFuzzer and the sanitizer runtimes.
 if [ "${1:-}" = fuzz ]; then
   command -v clang++-14 >/dev/null || need+=(clang-14)
