@@ -5,6 +5,9 @@
 // Each object keeps its state in 32-bit atomics plus a sequence word that
 // every release or set bumps; sleepers wait on that word together with
 // their thread's break word (futex_waitv), so a wait can be interrupted.
+// A named object keeps the same words in shared memory (ksys_named.h) and
+// uses shared futexes; a named mutex's ownership is a robust pthread mutex,
+// whose lock word a sleeper waits on beside its break word.
 // Uncontended acquisition and release are a compare-and-swap and a few
 // atomic operations; FUTEX_WAKE is called only when a waiter count says
 // someone may sleep.
@@ -24,6 +27,7 @@
 
 #include "orvstd/defs/types.h"
 #include "orvstd/kernel/kstd.h"
+#include "orvstd/kernel/ksys_named.h"
 
 struct ksys_threadState;
 
@@ -33,6 +37,8 @@ inline constexpr c_Int32 ksys_syncAboveMaximum = kstd_failureCode(4, 2);  // sem
 inline constexpr c_Int32 ksys_syncBadArgument = kstd_failureCode(4, 3);
 inline constexpr c_Int32 ksys_syncWrongKind = kstd_failureCode(4, 4);
 inline constexpr c_Int32 ksys_syncStillOwned = kstd_failureCode(4, 5);    // closed while another thread owns it
+inline constexpr c_Int32 ksys_syncNameConflict = kstd_failureCode(4, 6);  // the name belongs to another kind
+inline constexpr c_Int32 ksys_syncNameExists = kstd_failureCode(4, 7);    // exists, and existing was not allowed
 
 // Results of a wait; the break wins a tie.
 inline constexpr c_Int32 ksys_waitBroken = 0;
@@ -42,11 +48,10 @@ inline constexpr c_Int32 ksys_waitTimeout = 3;
 
 enum class ksys_syncKind : c_Int32 { mutex = 1, semaphore = 2, event = 3 };
 
+struct ksys_namedMapping;
+
 struct ksys_syncObject {
-  std::atomic<c_UInt32> seq{0};      // bumped on every release or set; sleepers wait on it
-  std::atomic<c_UInt32> waiters{0};  // threads inside a wait that may sleep
-  // Mutex: owner tid, 0 when free. Semaphore: count. Event: 1 when set.
-  std::atomic<c_UInt32> value{0};
+  ksys_syncWords words;  // unnamed objects' state; a named one's is shared
   std::atomic<c_Int32> refs{1};
   ksys_syncKind kind = ksys_syncKind::mutex;
   bool manualReset = false;
@@ -56,11 +61,30 @@ struct ksys_syncObject {
   bool abandoned = false;
   ksys_syncObject* ownedPrev = nullptr;
   ksys_syncObject* ownedNext = nullptr;
+  ksys_namedMapping* named = nullptr;  // set for an object shared by name
+  c_UInt32 namedLocker = 0;            // named mutex: the thread that took it through this handle
 };
 
 c_Int32 ksys_sync_createMutex(bool initiallyOwned, ksys_syncObject** out);
 c_Int32 ksys_sync_createSemaphore(c_Int32 initial, c_Int32 maximum, ksys_syncObject** out);
 c_Int32 ksys_sync_createEvent(bool manualReset, bool initiallySet, ksys_syncObject** out);
+
+// What a named object is created with; an existing one keeps its own.
+struct ksys_syncParams {
+  bool initiallyOwned = false;  // mutex: taken by the creator
+  c_Int32 initial = 0;          // semaphore
+  c_Int32 maximum = 1;
+  bool manualReset = false;  // event
+  bool initiallySet = false;
+};
+// Opens the object called `name`, shared by every process of this user, or
+// creates it with `params`; `*first` tells which. A mutex's ownership is
+// a robust process-shared one: when its owner thread or process dies, the
+// next wait reports ksys_waitAbandoned. Fails with ksys_syncNameConflict
+// when the name holds another kind, ksys_syncNameExists when it exists and
+// `allowExisting` is false, or a ksys_named* code.
+c_Int32 ksys_sync_openNamed(ksys_syncKind kind, char const* name, ksys_syncParams const& params,
+                            bool allowExisting, ksys_syncObject** out, bool* first);
 // Another reference to the same object (a duplicated handle).
 void ksys_sync_retain(ksys_syncObject* object);
 // Drops a reference; the last frees the object. A mutex owned by another
@@ -78,6 +102,11 @@ c_Int32 ksys_sync_resetEvent(ksys_syncObject* object);
 // Marks every mutex on `state`'s owned list abandoned and hands it on.
 // Called on the owning thread as it ends.
 void ksys_sync_abandonOwned(ksys_threadState* state);
+// In a forked child: the mutexes `state`'s thread owns now belong to the
+// child's thread, whose id is `newTid`. (A named mutex's owner id is the
+// C library's business; it keeps the parent's, and the parent's death
+// abandons it.)
+void ksys_sync_renameOwner(ksys_threadState* state, c_UInt32 oldTid, c_UInt32 newTid);
 
 // A recursive lock for short sections: spins, then sleeps on a futex; not
 // breakable, no time-out.

@@ -30,6 +30,19 @@ void onThreadExit(void* p) {
   ksys_thread_release(state);
 }
 
+// A forked child's one thread has a new kernel id, but inherits the
+// forking thread's cached one, and the mutexes that thread owns carry the
+// old id as their owner: give them the new one.
+void onForkChild() {
+  c_UInt32 tid = static_cast<c_UInt32>(::syscall(SYS_gettid));
+  c_UInt32 old = ksys_thread_tid_;
+  ksys_thread_tid_ = tid;
+  if (ksys_threadState* state = ksys_thread_state_) {
+    state->tid.store(tid, std::memory_order_relaxed);
+    ksys_sync_renameOwner(state, old, tid);
+  }
+}
+
 pthread_key_t exitKey() {
   static pthread_key_t const key = [] {
     pthread_key_t k;
@@ -78,6 +91,13 @@ ksys_threadState* ksys_thread_createCurrent_() {
 }
 
 c_UInt32 ksys_thread_fetchTid_() {
+  // Every cached id comes through here first, so the fork handler is in
+  // place before any id can go stale.
+  static bool const forkHandler = [] {
+    KSTD_ASSERT(pthread_atfork(nullptr, nullptr, &onForkChild) == 0);
+    return true;
+  }();
+  static_cast<void>(forkHandler);
   ksys_thread_tid_ = static_cast<c_UInt32>(::syscall(SYS_gettid));
   return ksys_thread_tid_;
 }

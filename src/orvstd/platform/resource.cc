@@ -18,11 +18,6 @@ namespace {
 
 ksys_syncObject* object(void* handle) { return static_cast<ksys_syncObject*>(handle); }
 
-// The object a create call made, or CreateFailed.
-void* created(c_Int32 rc, ksys_syncObject* const* made) {
-  if (rc < 0) throw cc_Resource::CreateFailed();
-  return *made;
-}
 
 }  // namespace
 
@@ -46,9 +41,39 @@ cc_Resource& cc_Resource::operator=(cc_Resource const& other) {
   return *this;
 }
 
-void cc_Resource::requireUnnamed_(std::string const& name) {
-  // Objects shared by name between processes are not built yet.
-  if (!name.empty()) throw CreateFailed();
+void cc_Resource::create_(int kind, std::string const& name, bool allowExisting, bool initiallyOwned,
+                          c_Int32 initial, c_Int32 maximum, bool manualReset, bool initiallySet) {
+  auto k = static_cast<ksys_syncKind>(kind);
+  ksys_syncObject* made = nullptr;
+  c_Int32 rc;
+  bool isFirst = true;
+  if (name.empty()) {
+    rc = k == ksys_syncKind::mutex       ? ksys_sync_createMutex(initiallyOwned, &made)
+         : k == ksys_syncKind::semaphore ? ksys_sync_createSemaphore(initial, maximum, &made)
+                                         : ksys_sync_createEvent(manualReset, initiallySet, &made);
+  } else {
+    // A name with a NUL in it would silently name something shorter.
+    if (name.find('\0') != std::string::npos) throw CreateFailed();
+    ksys_syncParams params;
+    params.initiallyOwned = initiallyOwned;
+    params.initial = initial;
+    params.maximum = maximum;
+    params.manualReset = manualReset;
+    params.initiallySet = initiallySet;
+    rc = ksys_sync_openNamed(k, name.c_str(), params, allowExisting, &made, &isFirst);
+  }
+  switch (rc) {
+    case 0:
+      break;
+    case ksys_syncNameConflict:
+      throw NameConflict();
+    case ksys_syncNameExists:
+      throw NamedObjectExists();
+    default:
+      throw CreateFailed();
+  }
+  handle_ = made;
+  first_ = isFirst;
 }
 
 c_Int32 cc_Resource::waitMilliseconds(double seconds) {
@@ -86,10 +111,8 @@ void cc_Resource::breakLocks(ccThreadID& thread) {
 
 // ---- ccMutex, ccSemaphore, ccEvent
 
-ccMutex::ccMutex(bool initiallyOwned, std::string const& name, bool /*allowExisting*/) {
-  requireUnnamed_(name);
-  ksys_syncObject* made = nullptr;
-  handle_ = created(ksys_sync_createMutex(initiallyOwned, &made), &made);
+ccMutex::ccMutex(bool initiallyOwned, std::string const& name, bool allowExisting) {
+  create_(static_cast<int>(ksys_syncKind::mutex), name, allowExisting, initiallyOwned, 0, 0, false, false);
 }
 
 void ccMutex::unlock() {
@@ -108,10 +131,8 @@ ccMutex& ccMutex::global() {
   return mutex;
 }
 
-ccSemaphore::ccSemaphore(c_Int32 initial, c_Int32 maximum, std::string const& name, bool /*allowExisting*/) {
-  requireUnnamed_(name);
-  ksys_syncObject* made = nullptr;
-  handle_ = created(ksys_sync_createSemaphore(initial, maximum, &made), &made);
+ccSemaphore::ccSemaphore(c_Int32 initial, c_Int32 maximum, std::string const& name, bool allowExisting) {
+  create_(static_cast<int>(ksys_syncKind::semaphore), name, allowExisting, false, initial, maximum, false, false);
 }
 
 ccSemaphore::ccSemaphore(void* handle, ceCreateByHandle) {
@@ -126,10 +147,8 @@ void ccSemaphore::unlock() {
   cmAssert(rc >= 0 || rc == ksys_syncAboveMaximum);
 }
 
-ccEvent::ccEvent(bool manualReset, bool initiallySet, std::string const& name, bool /*allowExisting*/) {
-  requireUnnamed_(name);
-  ksys_syncObject* made = nullptr;
-  handle_ = created(ksys_sync_createEvent(manualReset, initiallySet, &made), &made);
+ccEvent::ccEvent(bool manualReset, bool initiallySet, std::string const& name, bool allowExisting) {
+  create_(static_cast<int>(ksys_syncKind::event), name, allowExisting, false, 0, 0, manualReset, initiallySet);
 }
 
 void ccEvent::unlock() { setEvent(); }

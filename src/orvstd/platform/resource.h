@@ -16,8 +16,17 @@
 //   ccSemaphore items(0, 16);
 //   if (!items.lock(0.5)) ...     // half a second, then false
 //
-// Copying a resource shares the one underlying object. Only unnamed
-// objects exist so far: a non-empty name throws CreateFailed.
+// Copying a resource shares the one underlying object.
+//
+// A non-empty name makes an object shared by every process of the same
+// user: the first creates it, later ones open it (allowExisting false makes
+// that NamedObjectExists; a name held by another kind is NameConflict).
+// The object lives while any process holds a handle; one left behind by
+// processes that all died is created anew. A named mutex whose owner
+// thread or process dies is abandoned, as an unnamed one is.
+//
+//   ccMutex camera(false, "camera-3");   // the same mutex in every program
+//   ccLock hold(camera);
 #ifndef ORVSTD_PLATFORM_RESOURCE_H_
 #define ORVSTD_PLATFORM_RESOURCE_H_
 
@@ -48,6 +57,9 @@ class cc_Resource {
   virtual void unlock() = 0;
 
   void* rawResourceHandle() const { return handle_; }
+  // Whether this handle's construction created the underlying object (for a
+  // named one: it did not exist, or only processes now dead had held it).
+  bool first() const { return first_; }
 
   // Breaks the waits of `thread`: its current wait, or its next one if it is
   // not waiting, throws BrokenLock; a poll() on its break fd returns.
@@ -63,8 +75,10 @@ class cc_Resource {
   cc_Resource(cc_Resource const& other);
   cc_Resource& operator=(cc_Resource const& other);
 
-  // Named objects come later; until then a name is refused here.
-  static void requireUnnamed_(std::string const& name);
+  // Creates the object: unnamed when `name` is empty, else shared by name.
+  // Throws NameConflict, NamedObjectExists or CreateFailed.
+  void create_(int kind, std::string const& name, bool allowExisting, bool initiallyOwned, c_Int32 initial,
+               c_Int32 maximum, bool manualReset, bool initiallySet);
 
   void* handle_ = nullptr;
   bool first_ = true;  // whether this object created the underlying one

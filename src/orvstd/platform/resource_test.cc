@@ -93,7 +93,6 @@ TEST(Semaphore, BadCountsFailToCreate) {
   EXPECT_THROW(ccSemaphore(3, 2), cc_Resource::CreateFailed);
   EXPECT_THROW(ccSemaphore(0, 0), cc_Resource::CreateFailed);
   EXPECT_THROW(ccSemaphore(-1, 2), cc_Resource::CreateFailed);
-  EXPECT_THROW(ccSemaphore(0, 1, "shared"), cc_Resource::CreateFailed);  // named: not yet
 }
 
 TEST(Semaphore, CopiesAndDuplicatesShareTheObject) {
