@@ -471,6 +471,19 @@ c_Int32 ksys_sync_resetEvent(ksys_syncObject* object) {
   return 0;
 }
 
+c_Int32 ksys_sync_awaitThreadExit(ksys_threadState* target, c_Int32 ms) {
+  ksys_threadState* thread = ksys_thread_current();
+  timespec deadline{};
+  if (ms > 0) deadline = deadlineAfter(ms);
+  for (;;) {
+    if (ksys_thread_consumeBreakOf(thread)) return ksys_waitBroken;
+    if (target->exited.load(std::memory_order_seq_cst) != 0) return ksys_waitObject;
+    if (ms == 0) return ksys_waitTimeout;
+    if (!sleepOnBoth(thread, &target->exited, 0, FUTEX_PRIVATE_FLAG, ms > 0 ? &deadline : nullptr))
+      return target->exited.load(std::memory_order_seq_cst) != 0 ? ksys_waitObject : ksys_waitTimeout;
+  }
+}
+
 void ksys_sync_renameOwner(ksys_threadState* thread, c_UInt32 oldTid, c_UInt32 newTid) {
   for (ksys_syncObject* m = thread->ownedHead; m; m = m->ownedNext)
     if (m->words.value.load(std::memory_order_relaxed) == oldTid) m->words.value.store(newTid, std::memory_order_relaxed);

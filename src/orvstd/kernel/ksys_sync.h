@@ -99,6 +99,11 @@ c_Int32 ksys_sync_wait(ksys_syncObject* object, c_Int32 ms);
 c_Int32 ksys_sync_release(ksys_syncObject* object);
 c_Int32 ksys_sync_resetEvent(ksys_syncObject* object);
 
+// Waits up to `ms` (-1: no limit) for the thread of `target` to leave the
+// library (its last clean-up at thread exit has run), or for a break of
+// the calling thread. ksys_waitObject, ksys_waitTimeout or ksys_waitBroken.
+c_Int32 ksys_sync_awaitThreadExit(ksys_threadState* target, c_Int32 ms);
+
 // Marks every mutex on `state`'s owned list abandoned and hands it on.
 // Called on the owning thread as it ends.
 void ksys_sync_abandonOwned(ksys_threadState* state);

@@ -27,6 +27,9 @@ void onThreadExit(void* p) {
   auto* state = static_cast<ksys_threadState*>(p);
   ksys_sync_abandonOwned(state);
   ksys_thread_state_ = nullptr;
+  // Our last act on this thread: a termination waiter may go on.
+  state->exited.store(1, std::memory_order_seq_cst);
+  ::syscall(SYS_futex, &state->exited, FUTEX_WAKE | FUTEX_PRIVATE_FLAG, INT_MAX, nullptr, nullptr, 0);
   ksys_thread_release(state);
 }
 
@@ -140,9 +143,13 @@ c_Int32 ksys_thread_cleanup() {
   return 0;
 }
 
-void ksys_thread_assertText(char const* text) {
+void ksys_thread_reportText(char const* text) {
   char line[1024];
   int n = std::snprintf(line, sizeof line, "orvstd: assertion failed: %s\n", text);
   if (n > 0) ksys_debugWrite(line, std::strlen(line));
+}
+
+void ksys_thread_assertText(char const* text) {
+  ksys_thread_reportText(text);
   std::abort();
 }

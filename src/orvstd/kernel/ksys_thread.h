@@ -29,6 +29,7 @@ struct ksys_threadState {
   std::atomic<c_UInt32> breakWord{0};  // futex word: 1 while a break is pending
   std::atomic<c_Int32> refs{1};
   std::atomic<c_UInt32> tid{0};        // 0 until a thread adopts the state
+  std::atomic<c_UInt32> exited{0};     // futex word: 1 once the thread has left the library
   int eventFd = -1;                    // written on every break
   ksys_syncObject* ownedHead = nullptr;  // touched by the owning thread only
 };
@@ -77,5 +78,9 @@ c_Int32 ksys_thread_cleanup();
 
 // An assertion with a text of its own; writes it and aborts.
 [[noreturn]] void ksys_thread_assertText(char const* text);
+// The same report, for the one time a process must not abort over it:
+// static destruction, when the program is ending anyway. Writes it and
+// returns; the caller carries on with its stated fallback.
+void ksys_thread_reportText(char const* text);
 
 #endif  // ORVSTD_KERNEL_KSYS_THREAD_H_

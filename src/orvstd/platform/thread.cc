@@ -10,6 +10,7 @@
 #include <mutex>
 #include <vector>
 
+#include "orvstd/kernel/ksys_sync.h"
 #include "orvstd/kernel/ksys_thread.h"
 
 cmErrorFamilyDefine(ccThreadID::Errors)
@@ -75,6 +76,43 @@ int niceOf(int level) {
 
 void* standardStarter(cc_Thread* thread, c_Int32 stackSize);
 
+// ---- static destruction ("STD")
+//
+// The thread key lives as long as any thread body and as long as the
+// statics: its record counts bodies, and a function-local static made at
+// the first body marks, in its destructor, that static destruction has
+// begun. Once both are over the key is gone for good: a thread started
+// then never runs its function, and cfGetCurrentThreadID yields an empty
+// id. Either is reported as an assertion, but the process goes on: it is
+// ending anyway, and aborting would turn a clean exit into a crash.
+struct KeyRecord {
+  std::atomic<c_Int32> bodies{0};
+  std::atomic<bool> staticsGoing{false};
+  std::atomic<bool> gone{false};
+};
+
+KeyRecord& keyRecord() {
+  static KeyRecord* const r = new KeyRecord;  // read by threads that outlive the statics
+  return *r;
+}
+
+bool keyGone() { return keyRecord().gone.load(std::memory_order_acquire); }
+
+void bodyGone() {
+  KeyRecord& k = keyRecord();
+  if (k.bodies.fetch_sub(1) == 1 && k.staticsGoing.load()) k.gone.store(true, std::memory_order_release);
+}
+
+struct StaticsSentinel {
+  ~StaticsSentinel();
+};
+
+void bodyMade() {
+  static StaticsSentinel sentinel;
+  static_cast<void>(sentinel);
+  keyRecord().bodies.fetch_add(1);
+}
+
 }  // namespace
 
 // Reaches the private fields for the functions of this file.
@@ -105,11 +143,36 @@ struct cc_ThreadAccess {
 
 // ---- cc_Thread, ccThreadID
 
-cc_Thread::cc_Thread() = default;
+cc_Thread::cc_Thread() { bodyMade(); }
 
 cc_Thread::~cc_Thread() {
   if (break_) ksys_thread_release(kstate(break_));
+  bodyGone();
 }
+
+namespace {
+
+StaticsSentinel::~StaticsSentinel() {
+  KeyRecord& k = keyRecord();
+  k.staticsGoing.store(true);
+  // The process's main thread is held by the tables until now. Let it go if
+  // we run on it (the usual exit); on any other thread its pointer would
+  // be left dangling, so it stays.
+  ccThreadID main;
+  {
+    Globals& g = globals();
+    std::lock_guard<std::mutex> hold(g.foreignMutex);
+    if (tCurrent && g.mainThread.get() == tCurrent) {
+      main = g.mainThread;
+      g.mainThread = ccThreadID();
+      tCurrent = nullptr;
+    }
+  }
+  main = ccThreadID();
+  if (k.bodies.load() == 0) k.gone.store(true, std::memory_order_release);
+}
+
+}  // namespace
 
 ccThreadID& ccThreadID::operator=(ccThreadID const& other) {
   if (other.body_ != body_) {
@@ -147,6 +210,10 @@ void ccThreadID::atexit(ccThreadExitHook fn, void* arg) const {
 // ---- current thread
 
 cc_Thread* cf_CurrentThreadBody() {
+  if (keyGone()) [[unlikely]] {
+    ksys_thread_reportText("QRT threads must not run during STD time.");
+    return nullptr;
+  }
   if (tCurrent) return tCurrent;
   // A thread the library did not start: register it.
   auto* body = new cc_Thread;
@@ -202,11 +269,21 @@ void* cc_ThreadAccess::entry(void* p) {
   auto* body = static_cast<cc_Thread*>(p);
   ccThreadID self(body);  // the body outlives this function whatever the list does
   ksys_thread_adopt(kstate(body->breakHandle()));
-  tCurrent = body;
   setOsId(body, ksys_thread_currentTid());
+  c_Int32 result = 0;
+  if (keyGone()) {
+    // Started from a static destructor: it never runs, but its waiters
+    // still see it end.
+    ksys_thread_reportText("Cannot create a thread during STD.");
+    removeFrom(globals().threads, globals().listMutex, body);
+    ccSemaphore done(termination(body));
+    self = ccThreadID();
+    done.unlock();
+    return nullptr;
+  }
+  tCurrent = body;
   creationComplete(body).unlock();
 
-  c_Int32 result = 0;
   try {
     if (priority(body) != cePriorityOfCaller) cfSetThreadPriority(priority(body));
     fn(body)(arg(body));
@@ -284,9 +361,19 @@ void cfThreadCleanupEx() {
 
 void cfWaitForThreadTermination(ccThreadID& thread) {
   if (!thread) return;
+  cc_Thread* body = thread.get();
+  auto* state = kstate(body->breakHandle());
+  if (cc_ThreadAccess::fn(body) == nullptr) {
+    // Met, not started, by the library: only its end tells.
+    if (ksys_sync_awaitThreadExit(state, -1) == ksys_waitBroken) throw cc_Resource::BrokenLock();
+    return;
+  }
   ccSemaphore& done = thread.threadTerminationSema();
   done.lock(HUGE_VAL);
   done.unlock();  // let the next waiter pass too
+  // Then let the thread leave the library: its exit clean-up abandons the
+  // mutexes it still owns.
+  if (ksys_sync_awaitThreadExit(state, 200) == ksys_waitBroken) throw cc_Resource::BrokenLock();
 }
 
 void cfStopAllThreads() {

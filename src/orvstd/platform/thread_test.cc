@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <string>
 #include <cstdlib>
 #include <mutex>
 #include <thread>
@@ -179,6 +183,59 @@ TEST(ThreadDeathTest, StopAllThreadsBreaksWaitsAndRefuses) {
         std::_Exit(ended.load() == 2 && refused ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
+}
+
+// Static destruction, in a fresh process: once the statics of the thread
+// machinery are gone, a static destructor gets an empty current id and a
+// thread that never runs, each reported, and the process still exits 0.
+TEST(ThreadStaticDestruction, ReportsAndCarriesOn) {
+  std::string out;
+  FILE* p = ::popen(ORVSTD_STD_PROBE " 2>&1", "r");
+  ASSERT_NE(p, nullptr);
+  char buf[512];
+  while (std::fgets(buf, sizeof buf, p)) out += buf;
+  int status = ::pclose(p);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << out;
+  EXPECT_NE(out.find("main: main is current 1, thread ran 1\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("orvstd: assertion failed: QRT threads must not run during STD time.\n"), std::string::npos)
+      << out;
+  EXPECT_NE(out.find("late: current id empty 1\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("orvstd: assertion failed: Cannot create a thread during STD.\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("late: thread ran 1\n"), std::string::npos) << out;  // still 1: the late one never ran
+}
+
+// The termination wait returns only once the thread has left the library:
+// by then the mutex it still owned is abandoned, so a zero wait takes it.
+TEST(Thread, TerminationWaitCoversTheExitCleanUp) {
+  for (int round = 0; round < 20; ++round) {
+    static ccMutex* m;
+    ccMutex mutex;
+    m = &mutex;
+    ccThreadID t = cfCreateThread([](void*) { m->lock(); }, nullptr, cePriorityNormal, -1);
+    cfWaitForThreadTermination(t);
+    ASSERT_TRUE(mutex.lock(0.0)) << "round " << round;
+    mutex.unlock();
+  }
+}
+
+TEST(Thread, WaitingForAForeignThreadEndsWhenItEnds) {
+  ccThreadID id;
+  std::atomic<bool> registered{false};
+  std::atomic<bool> leave{false};
+  std::thread foreign([&] {
+    id = cfGetCurrentThreadID();
+    registered = true;
+    while (!leave) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  });
+  while (!registered) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  std::thread releaser([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    leave = true;
+  });
+  cfWaitForThreadTermination(id);
+  EXPECT_TRUE(leave.load());
+  foreign.join();
+  releaser.join();
 }
 
 TEST(Thread, StarterFailureIsCreateFailed) {
