@@ -11,6 +11,8 @@
 #include <cstring>
 #include <new>
 
+#include <pthread.h>
+
 namespace {
 
 // Takes, converts or drops the lock on the file's first byte. Locks of
@@ -71,18 +73,40 @@ bool ksys_named_path(char const* name, char* path, c_UInt32 size) {
   return true;
 }
 
-c_Int32 ksys_named_open(char const* name, ksys_namedMapping** out, bool* first) {
-  auto* m = new (std::nothrow) ksys_namedMapping;
-  if (!m) return kstd_outOfMemory;
-  // NAME_MAX bounds a file name in /dev/shm.
-  if (!ksys_named_path(name, m->path, 256)) {
-    delete m;
-    return ksys_namedBadName;
-  }
-  c_Int32 rc = ksys_namedOsFailure;
+namespace {
+
+// The mappings of this process, by path.
+pthread_mutex_t gTableLock = PTHREAD_MUTEX_INITIALIZER;
+ksys_namedMapping* gTable = nullptr;
+
+struct TableLock {
+  TableLock() { pthread_mutex_lock(&gTableLock); }
+  ~TableLock() { pthread_mutex_unlock(&gTableLock); }
+  TableLock(TableLock const&) = delete;
+  TableLock& operator=(TableLock const&) = delete;
+};
+
+void publish(ksys_namedMapping* m, c_UInt32 kind) {
+  m->block->kind = kind;
+  m->block->magic.store(ksys_namedMagic, std::memory_order_release);
+  // Write to read: atomic for these locks, so no other opener can find
+  // the block unguarded in between.
+  ofdLock(m->fd, F_RDLCK);
+}
+
+void unmapAndClose(ksys_namedMapping* m) {
+  ofdLock(m->fd, F_UNLCK);  // explicitly: the mapping holds the lock until munmap
+  ::munmap(m->block, sizeof(ksys_namedBlock));
+  ::close(m->fd);
+}
+
+// Maps the file of `m->path` for this process, creating the block if no
+// live process holds it.
+c_Int32 mapFile(ksys_namedMapping* m, c_UInt32 kind, bool (*init)(ksys_namedBlock*, void*), void* context,
+                bool* first) {
   for (int attempt = 0; attempt < 100; ++attempt) {
     int fd = ::shm_open(m->path, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (fd < 0) break;
+    if (fd < 0) return ksys_namedOsFailure;
     if (ofdLock(fd, F_WRLCK)) {
       // No live handle anywhere: new, or left by processes that all died.
       if (!stillLinked(fd)) {  // a last closer removed it just now
@@ -94,17 +118,22 @@ c_Int32 ksys_named_open(char const* name, ksys_namedMapping** out, bool* first) 
         p = ::mmap(nullptr, sizeof(ksys_namedBlock), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
       if (p == MAP_FAILED) {
         ::close(fd);
-        break;
+        return ksys_namedOsFailure;
       }
       m->fd = fd;
       m->block = static_cast<ksys_namedBlock*>(p);
+      if (!init(m->block, context)) {
+        ::shm_unlink(m->path);
+        unmapAndClose(m);
+        return ksys_namedOsFailure;
+      }
+      publish(m, kind);
       *first = true;
-      *out = m;
       return 0;
     }
     if (errno != EAGAIN && errno != EACCES) {
       ::close(fd);
-      break;
+      return ksys_namedOsFailure;
     }
     // Someone holds it: wait until a creator has published or a closer gone.
     bool got = false;
@@ -118,7 +147,7 @@ c_Int32 ksys_named_open(char const* name, ksys_namedMapping** out, bool* first) 
     }
     if (!got) {
       ::close(fd);
-      break;
+      return ksys_namedOsFailure;
     }
     if (!stillLinked(fd)) {
       ::close(fd);
@@ -132,37 +161,61 @@ c_Int32 ksys_named_open(char const* name, ksys_namedMapping** out, bool* first) 
         static_cast<ksys_namedBlock*>(p)->magic.load(std::memory_order_acquire) != ksys_namedMagic) {
       if (p != MAP_FAILED) ::munmap(p, sizeof(ksys_namedBlock));
       ::close(fd);
-      rc = ksys_namedForeign;
-      break;
+      return ksys_namedForeign;
     }
     m->fd = fd;
     m->block = static_cast<ksys_namedBlock*>(p);
     *first = false;
-    *out = m;
     return 0;
   }
-  delete m;
-  return rc;
+  return ksys_namedOsFailure;
 }
 
-void ksys_named_publish(ksys_namedMapping* m, c_UInt32 kind) {
-  m->block->kind = kind;
-  m->block->magic.store(ksys_namedMagic, std::memory_order_release);
-  // Write to read: atomic for these locks, so no other opener can find
-  // the block unguarded in between.
-  ofdLock(m->fd, F_RDLCK);
+}  // namespace
+
+c_Int32 ksys_named_open(char const* name, c_UInt32 kind, bool (*init)(ksys_namedBlock*, void*), void* context,
+                        ksys_namedMapping** out, bool* first) {
+  char path[256];
+  // NAME_MAX bounds a file name in /dev/shm.
+  if (!ksys_named_path(name, path, sizeof path)) return ksys_namedBadName;
+  TableLock hold;
+  for (ksys_namedMapping* m = gTable; m; m = m->next) {
+    if (std::strcmp(m->path, path) == 0) {
+      ++m->handles;
+      *first = false;
+      *out = m;
+      return 0;
+    }
+  }
+  auto* m = new (std::nothrow) ksys_namedMapping;
+  if (!m) return kstd_outOfMemory;
+  std::memcpy(m->path, path, sizeof path);
+  c_Int32 rc = mapFile(m, kind, init, context, first);
+  if (rc < 0) {
+    delete m;
+    return rc;
+  }
+  m->handles = 1;
+  m->next = gTable;
+  gTable = m;
+  *out = m;
+  return 0;
 }
 
-void ksys_named_close(ksys_namedMapping* m, bool keep) {
-  if (keep) return;  // mapping, file and lock stay until the process ends
+void ksys_named_close(ksys_namedMapping* m, bool (*lastHere)(ksys_namedBlock*)) {
+  TableLock hold;
+  if (--m->handles != 0) return;
+  for (ksys_namedMapping** p = &gTable; *p; p = &(*p)->next) {
+    if (*p == m) {
+      *p = m->next;
+      break;
+    }
+  }
+  if (lastHere && lastHere(m->block)) return;  // mapping, file and lock stay until the process ends
   // Alone once the write lock is ours: remove the name while holding it,
   // so that an opener that got in before sees the file unlinked and starts
   // over.
   if (ofdLock(m->fd, F_WRLCK)) ::shm_unlink(m->path);
-  // Explicitly: the mapping holds the open file description, and with it
-  // the lock, until munmap.
-  ofdLock(m->fd, F_UNLCK);
-  ::munmap(m->block, sizeof(ksys_namedBlock));
-  ::close(m->fd);
+  unmapAndClose(m);
   delete m;
 }

@@ -12,11 +12,10 @@
 //
 //   ksys_namedMapping* m;
 //   bool first;
-//   if (ksys_named_open("camera", &m, &first) == 0) {
-//     if (first) { ...fill m->block...; ksys_named_publish(m, kind); }
-//     else if (m->block->kind != kind) ...name conflict...
+//   if (ksys_named_open("camera", kind, &fill, &params, &m, &first) == 0) {
+//     if (!first && m->block->kind != kind) ...name conflict...
 //     ...
-//     ksys_named_close(m, false);
+//     ksys_named_close(m, &decide);
 //   }
 //
 // Internal: never installed, never included by a public header.
@@ -60,25 +59,29 @@ struct ksys_namedBlock {
 
 inline constexpr c_UInt32 ksys_namedMagic = 0x31767253u;  // "Srv1": layout version 1
 
+// One per name and process: handles of one process share the mapping, so
+// that a mutex has one address here whichever handle locks it.
 struct ksys_namedMapping {
   int fd = -1;
   ksys_namedBlock* block = nullptr;
+  c_UInt32 handles = 0;  // open handles of this process
+  ksys_namedMapping* next = nullptr;
   char path[256] = {};
 };
 
-// Opens the block called `name`, or creates it. On success, `*first` says
-// whether it is new: the caller then holds it alone, zeroed, and must fill
-// it and call ksys_named_publish (or ksys_named_close). Failures:
+// Opens the block called `name`, or creates it. `*first` says whether it
+// is new: then `init` has filled it (`init` failing makes the open fail
+// with ksys_namedOsFailure) before any other opener could see it. An
+// existing block may be of any kind: the caller checks. Failures:
 // ksys_namedBadName (empty, or too long once escaped), ksys_namedForeign
 // (a file of that name that is not a block of this layout), or the OS's.
-c_Int32 ksys_named_open(char const* name, ksys_namedMapping** out, bool* first);
-// Makes a new block visible to other openers.
-void ksys_named_publish(ksys_namedMapping* mapping, c_UInt32 kind);
-// Closes one handle; the last handle of all processes removes the name.
-// `keep` leaves the handle open until the process ends: for a mutex that
-// another thread of this process took through it, whose entry in the C
-// library's robust list points into this mapping.
-void ksys_named_close(ksys_namedMapping* mapping, bool keep);
+c_Int32 ksys_named_open(char const* name, c_UInt32 kind, bool (*init)(ksys_namedBlock*, void*), void* context,
+                        ksys_namedMapping** out, bool* first);
+// Closes one handle. When it is this process's last, `lastHere` is called
+// on the block and says whether to keep the mapping (and the name) until
+// the process ends; otherwise the mapping goes, and the last handle of all
+// processes removes the name.
+void ksys_named_close(ksys_namedMapping* mapping, bool (*lastHere)(ksys_namedBlock*));
 // The path in /dev/shm that `name` maps to, for tests and diagnostics;
 // false if the name cannot be used.
 bool ksys_named_path(char const* name, char* path, c_UInt32 size);

@@ -46,10 +46,12 @@ inline bool isNamedMutex(ksys_syncObject* object) {
 
 // The mutex's lock word: the owner's tid, with the kernel's waiters and
 // owner-died bits.
-inline std::atomic<c_UInt32>* robustWord(ksys_syncObject* object) {
+inline std::atomic<c_UInt32>* robustWord(ksys_namedBlock* block) {
   static_assert(sizeof(std::atomic<c_UInt32>) == sizeof(int));
-  return reinterpret_cast<std::atomic<c_UInt32>*>(&object->named->block->robust.__data.__lock);
+  return reinterpret_cast<std::atomic<c_UInt32>*>(&block->robust.__data.__lock);
 }
+
+inline std::atomic<c_UInt32>* robustWord(ksys_syncObject* object) { return robustWord(object->named->block); }
 
 // After taking a named mutex: if others may sleep on it, keep the waiters
 // bit, which the trylock does not set, so that our unlock wakes one.
@@ -69,13 +71,11 @@ c_Int32 tryAcquireNamedMutex(ksys_syncObject* object, ksys_threadState* thread) 
   switch (::pthread_mutex_trylock(&block->robust)) {
     case 0:
       block->recursion = 1;
-      object->namedLocker = tid;
       keepWaitersBit(object);
       return ksys_waitObject;
     case EOWNERDEAD:  // the owner thread or process died holding it
       ::pthread_mutex_consistent(&block->robust);
       block->recursion = 1;
-      object->namedLocker = tid;
       keepWaitersBit(object);
       return ksys_waitAbandoned;
     default:
@@ -234,9 +234,15 @@ ksys_syncObject* make(ksys_syncKind kind) {
   return object;
 }
 
+struct NamedInit {
+  ksys_syncKind kind;
+  ksys_syncParams const& params;
+};
+
 // Fills a new named block for its kind. False if the robust mutex cannot
 // be made.
-bool initNamedBlock(ksys_namedBlock* block, ksys_syncKind kind, ksys_syncParams const& params) {
+bool initNamedBlock(ksys_namedBlock* block, void* context) {
+  auto const& [kind, params] = *static_cast<NamedInit*>(context);
   block->maximum = static_cast<c_UInt32>(params.maximum);
   block->manualReset = params.manualReset ? 1 : 0;
   switch (kind) {
@@ -267,6 +273,20 @@ bool initNamedBlock(ksys_namedBlock* block, ksys_syncKind kind, ksys_syncParams 
 // Whether the thread `tid` belongs to this process.
 bool ourThread(c_UInt32 tid) {
   return tid != 0 && ::syscall(SYS_tgkill, ::getpid(), static_cast<pid_t>(tid), 0) == 0;
+}
+
+// The last handle of this process to a named mutex is closing. The C
+// library lists a robust mutex in its owner thread; unmapped, the list
+// would point into nothing. So the closing owner lets go, and a mutex that
+// another thread here owns keeps its mapping.
+bool lastMutexHandleHere(ksys_namedBlock* block) {
+  c_UInt32 owner = robustWord(block)->load(std::memory_order_acquire) & FUTEX_TID_MASK;
+  if (owner == ksys_thread_currentTid()) {
+    block->recursion = 0;
+    ::pthread_mutex_unlock(&block->robust);
+    return false;
+  }
+  return ourThread(owner);
 }
 
 }  // namespace
@@ -311,27 +331,19 @@ c_Int32 ksys_sync_openNamed(ksys_syncKind kind, char const* name, ksys_syncParam
   ksys_syncObject* object = make(kind);
   if (!object) return kstd_outOfMemory;
   ksys_namedMapping* mapping = nullptr;
-  c_Int32 rc = ksys_named_open(name, &mapping, first);
+  NamedInit init{kind, params};
+  c_Int32 rc = ksys_named_open(name, static_cast<c_UInt32>(kind), &initNamedBlock, &init, &mapping, first);
   if (rc < 0) {
     delete object;
     return rc;
   }
   ksys_namedBlock* block = mapping->block;
-  if (*first) {
-    if (kind == ksys_syncKind::mutex) ksys_thread_current();  // the owner's tid must be known
-    if (!initNamedBlock(block, kind, params)) {
-      ksys_named_close(mapping, false);
-      delete object;
-      return ksys_namedOsFailure;
-    }
-    ksys_named_publish(mapping, static_cast<c_UInt32>(kind));
-  } else if (block->kind != static_cast<c_UInt32>(kind)) {
-    rc = ksys_syncNameConflict;
-  } else if (!allowExisting) {
-    rc = ksys_syncNameExists;
+  if (!*first) {
+    if (block->kind != static_cast<c_UInt32>(kind)) rc = ksys_syncNameConflict;
+    else if (!allowExisting) rc = ksys_syncNameExists;
   }
   if (rc < 0) {
-    ksys_named_close(mapping, false);
+    ksys_named_close(mapping, nullptr);  // not ours to judge: another kind, or someone else's
     delete object;
     return rc;
   }
@@ -347,19 +359,7 @@ void ksys_sync_retain(ksys_syncObject* object) { object->refs.fetch_add(1, std::
 c_Int32 ksys_sync_close(ksys_syncObject* object) {
   if (object->refs.fetch_sub(1, std::memory_order_acq_rel) != 1) return 0;
   if (object->named) {
-    bool keep = false;
-    if (object->kind == ksys_syncKind::mutex) {
-      c_UInt32 owner = robustWord(object)->load(std::memory_order_acquire) & FUTEX_TID_MASK;
-      if (owner == ksys_thread_currentTid()) {
-        // The C library lists a robust mutex its thread holds; unmapped, the
-        // list would point into nothing. Closing the last handle lets go.
-        object->named->block->recursion = 0;
-        ::pthread_mutex_unlock(&object->named->block->robust);
-      } else if (owner == object->namedLocker && ourThread(owner)) {
-        keep = true;  // another thread here holds it through this very handle
-      }
-    }
-    ksys_named_close(object->named, keep);
+    ksys_named_close(object->named, object->kind == ksys_syncKind::mutex ? &lastMutexHandleHere : nullptr);
     delete object;
     return 0;
   }
@@ -434,7 +434,6 @@ c_Int32 ksys_sync_release(ksys_syncObject* object) {
         ksys_namedBlock* block = object->named->block;
         if ((robustWord(object)->load(std::memory_order_relaxed) & FUTEX_TID_MASK) != tid) return ksys_syncNotOwner;
         if (--block->recursion != 0) return 0;
-        object->namedLocker = 0;
         // Wakes one sleeper itself when the waiters bit is set.
         ::pthread_mutex_unlock(&block->robust);
         return 0;

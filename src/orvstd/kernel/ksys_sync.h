@@ -62,7 +62,6 @@ struct ksys_syncObject {
   ksys_syncObject* ownedPrev = nullptr;
   ksys_syncObject* ownedNext = nullptr;
   ksys_namedMapping* named = nullptr;  // set for an object shared by name
-  c_UInt32 namedLocker = 0;            // named mutex: the thread that took it through this handle
 };
 
 c_Int32 ksys_sync_createMutex(bool initiallyOwned, ksys_syncObject** out);
