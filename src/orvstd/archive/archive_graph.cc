@@ -2,7 +2,6 @@
 // shared objects stored once, embedded objects, and forgetting.
 #include <algorithm>
 #include <limits>
-#include <mutex>
 #include <typeinfo>
 
 #include "orvstd/archive/internal/archive_io.h"
@@ -19,8 +18,6 @@ constexpr unsigned char kEmbeddedPrefix[4] = {0xF1, 0x66, 0x4B, 0xDF};
 // Generous: one level is a few hundred bytes, more under the sanitizers, and
 // the caller's own frames need room too.
 constexpr std::size_t kStackForOneMoreLevel = 256 * 1024;
-
-using ListLock = std::lock_guard<std::recursive_mutex>;
 
 void linkParent(cc_ArchiveRep& rep, ccPersistent* obj) {
   if (rep.current == nullptr) return;  // a pointer at top level links nothing
@@ -85,7 +82,7 @@ void dropPointer(ccArchive& ar, cc_ArchiveRep& rep, Pos at, Pos lastBefore) {
 c_Int32 cc_ArchiveRep::storeObject(ccPersistent* obj) {
   ccArchive& ar = *owner;
   cmAssert(obj != nullptr && ar.isStoring());
-  ListLock lock(cf_ArchiveListMutex());
+  cc_ArchiveListLock lock;
   if (auto known = byAddress.find(obj); known != byAddress.end()) return known->second.id;
   Pos const start = ar.tell();
   Pos const lastPointerBefore = lastPointer;
@@ -112,7 +109,7 @@ c_Int32 cc_ArchiveRep::storeObject(ccPersistent* obj) {
     throw;
   }
   current = saved;
-  obj->bound_ = true;
+  cf_ArchiveBind(obj);
   if (ar.isSeekable()) finishRecord(ar, *this, start, lastPointerBefore);
   return id;
 }
@@ -124,7 +121,7 @@ c_Int32 ccArchive::storeObject(ccPersistent* obj) {
 
 void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersistent*& out) {
   cc_ArchiveRep& rep = *ar.rep_;
-  ListLock lock(cf_ArchiveListMutex());
+  cc_ArchiveListLock lock;
   if (ar.isStoring()) {
     out = in;
     Pos const at = ar.tell();
@@ -208,7 +205,7 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
 ccPersistent* cc_ArchiveRep::loadObjectHere() {
   ccArchive& ar = *owner;
   cmAssert(ar.isLoading());
-  ListLock lock(cf_ArchiveListMutex());
+  cc_ArchiveListLock lock;
   IO::ObjectRecord const r = IO::readObjectRecord(ar, true);
   if (!r.hasType) throw ccArchive::BadContent("archutil", 2220);
   // Every nested object costs stack: a file nested deeper than this thread
@@ -240,7 +237,7 @@ ccPersistent* cc_ArchiveRep::loadObjectHere() {
   }
   current = saved;
   if (outer == 0) loading.clear();  // the whole graph is the caller's now
-  obj->bound_ = true;
+  cf_ArchiveBind(obj);
   return obj;
 }
 
@@ -250,7 +247,7 @@ bool cc_ArchiveRep::hasFailed(ccPersistent* obj) const {
 
 void cf_PointerOfWrongClass(ccArchive& ar, ccPersistent* loaded) {
   cc_ArchiveRep& rep = *ar.rep_;
-  ListLock lock(cf_ArchiveListMutex());
+  cc_ArchiveListLock lock;
   // A body this load made has no owner now: the archive keeps it, and a
   // later pointer to it is NotFound, as for a failed load.
   if (rep.loading.empty() && rep.freshFromLastPointer == loaded && !rep.hasFailed(loaded))
@@ -268,7 +265,7 @@ ccPersistent* ccArchive::loadObject() {
 
 void ccPersistent::serializeObject(ccArchive& ar, ccPersistent& obj) {
   cc_ArchiveRep& rep = *ar.rep_;
-  ListLock lock(cf_ArchiveListMutex());
+  cc_ArchiveListLock lock;
   if (ar.isStoring()) {
     if (ar.version() == 0) throw ccArchive::CannotWriteToOldArchive("archutil", 1741);
     ar.cf_put(kEmbeddedPrefix, 4);

@@ -2,9 +2,12 @@
 // long chains of referring objects.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
 #include <vector>
 
 #include "orvstd/archive/internal/archive_io.h"
+#include "orvstd/archive/internal/archive_rep.h"
 #include "orvstd/archive/persistent_handle.h"
 
 // A shared, persistent body that refers to another through a handle.
@@ -12,6 +15,7 @@ class ccGraphBody : public ccRepBase, public ccPersistent {
  public:
   c_Int32 value = 0;
   ccPtrHandle<ccGraphBody> next;
+  void touch() { mutating(); }  // about to change: stored again next time
 
  protected:
   void dispatchSerialize(ccArchive& ar) override {
@@ -119,6 +123,88 @@ TEST(ForgetGraph, ALongChainOfReferringObjectsIsForgottenWithoutRecursion) {
   rep.byAddress[&hub] = h;
   ccArchive::mutating(&hub);
   EXPECT_TRUE(rep.byAddress.empty());
+}
+
+}  // namespace
+
+// ---- the global count and two threads at once
+
+namespace {
+
+TEST(GraphGlobals, CountFollowsArchivesAndBoundObjects) {
+  { ccMemoryArchive first(ccArchive::eLsbFirst, false); }  // the lock and its own count exist from here on
+  c_Int32 const base = cf_ArchiveGlobalCount();
+  EXPECT_GE(base, 1);
+  {
+    ccPtrHandle<ccGraphBody> a(new ccGraphBody), b(new ccGraphBody);
+    a->next = b;
+    {
+      ccMemoryArchive out(ccArchive::eLsbFirst, true);
+      EXPECT_EQ(cf_ArchiveGlobalCount(), base + 1);  // the archive
+      out || a;
+      EXPECT_EQ(cf_ArchiveGlobalCount(), base + 3);  // and its two bound objects
+      EXPECT_TRUE(a->isBound());
+      b->touch();  // forgets b, and a, which refers to it
+      EXPECT_FALSE(b->isBound());
+      EXPECT_EQ(cf_ArchiveGlobalCount(), base + 2);  // a keeps its flag until it leaves
+      out || a;
+      EXPECT_EQ(cf_ArchiveGlobalCount(), base + 3);
+    }
+    // The archive went: its objects are no longer bound.
+    EXPECT_FALSE(a->isBound());
+    EXPECT_FALSE(b->isBound());
+  }
+  EXPECT_EQ(cf_ArchiveGlobalCount(), base);
+}
+
+// Two threads store and load cyclic graphs through their own archives
+// while a third keeps invalidating objects that are bound to both. Every
+// walk takes the list lock, then the serialisation lock; an embedded
+// object or a nested pointer taking them the other way round would
+// deadlock here, and a map touched outside them would show under TSan.
+TEST(GraphThreads, TwoArchivesAtOnceWithMutationsBetween) {
+  constexpr int kRounds = 150, kLength = 40;
+  ccPtrHandle<ccGraphBody> shared(new ccGraphBody);
+  shared->value = -1;
+  std::atomic<bool> done{false};
+  auto worker = [&](int seed, std::atomic<int>* failures) {
+    for (int round = 0; round < kRounds; ++round) {
+      std::vector<ccPtrHandle<ccGraphBody>> chain(kLength);
+      for (int i = 0; i < kLength; ++i) {
+        chain[i] = ccPtrHandle<ccGraphBody>(new ccGraphBody);
+        chain[i]->value = seed * 1000 + i;
+      }
+      for (int i = 0; i + 1 < kLength; ++i) chain[i]->next = chain[i + 1];
+      chain[kLength - 1]->next = chain[0];  // a cycle
+      ccMemoryArchive out(ccArchive::eLsbFirst, round % 2 == 0);
+      out || chain[0];
+      out || shared;
+      ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), round % 2 == 0, false);
+      ccPtrHandle<ccGraphBody> head, other;
+      in || head;
+      in || other;
+      ccGraphBody const* p = head.get();
+      for (int i = 0; i < kLength; ++i, p = p->next.get())
+        if (p == nullptr || p->value != seed * 1000 + i) ++*failures;
+      if (p != head.get() || !other || other->value != -1) ++*failures;
+      chain[kLength - 1]->next = ccPtrHandle<ccGraphBody>();  // break the cycles, or they leak
+      if (head) {
+        ccGraphBody* q = head.get();
+        for (int i = 0; i < kLength - 1 && q; ++i) q = q->next.get();
+        if (q) q->next = ccPtrHandle<ccGraphBody>();
+      }
+    }
+  };
+  std::atomic<int> failures{0};
+  std::thread mutator([&] {
+    while (!done) shared->touch();
+  });
+  std::thread t1(worker, 1, &failures), t2(worker, 2, &failures);
+  t1.join();
+  t2.join();
+  done = true;
+  mutator.join();
+  EXPECT_EQ(failures.load(), 0);
 }
 
 }  // namespace

@@ -1,11 +1,12 @@
 #include "orvstd/archive/persistent.h"
 
 #include <map>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "orvstd/archive/archive.h"
+#include "orvstd/archive/internal/archive_rep.h"
+#include "orvstd/platform/resource.h"
 #include "orvstd/except/assert.h"
 
 namespace {
@@ -24,8 +25,10 @@ std::vector<VisitEntry>& visitStack() {
   return *stack;
 }
 
-std::recursive_mutex& serializationMutex() {
-  static auto* m = new std::recursive_mutex;
+// Built once, never destroyed (see above). Taken only inside the list
+// lock, so the two are always taken in that order.
+ccMutex& serializationMutex() {
+  static auto* m = new ccMutex;
   return *m;
 }
 
@@ -34,8 +37,9 @@ std::recursive_mutex& serializationMutex() {
 ccPersistent::~ccPersistent() { mutating(); }
 
 void ccPersistent::mutating_() {
+  cc_ArchiveListLock lock;
   ccArchive::mutating(this);
-  bound_ = false;
+  cf_ArchiveUnbind(this);
 }
 
 void ccPersistent::dispatchSerialize(ccArchive& ar) {
@@ -61,7 +65,7 @@ void ccPersistent::setVisited(void const* address, c_UInt64 size) {
 
 void ccPersistent::serialize(ccArchive& ar, int reinit) {
   if (ar.isLoading() && reinit) reInit();
-  std::lock_guard<std::recursive_mutex> lock(serializationMutex());
+  ccLock lock(serializationMutex());
   auto& stack = visitStack();
   stack.push_back(VisitEntry{this, {}});
   struct Pop {

@@ -27,6 +27,8 @@
 #include <cstddef>
 #include <utility>
 
+#include <atomic>
+
 #include "orvstd/defs/types.h"
 
 class ccArchive;
@@ -46,7 +48,7 @@ class ccPersistent {
   virtual ~ccPersistent();
 
   // Whether an archive has stored or loaded this object and not forgotten it.
-  bool isBound() const { return bound_; }
+  bool isBound() const { return bound_.load(std::memory_order_relaxed); }
 
   // An object embedded in its container's body (no id, not shared).
   static void serializeObject(ccArchive& ar, ccPersistent& obj);
@@ -67,7 +69,7 @@ class ccPersistent {
   void serialize_(ccArchive& ar, unsigned char version);
 
   void mutating() {
-    if (bound_) mutating_();
+    if (bound_.load(std::memory_order_relaxed)) mutating_();
   }
 
   // Visited state of the serialisation in progress: a subobject reached
@@ -91,6 +93,8 @@ class ccPersistent {
  private:
   friend class ccArchive;
   friend class cc_ArchiveRep;
+  friend void cf_ArchiveBind(ccPersistent* obj);
+  friend void cf_ArchiveUnbind(ccPersistent* obj);
 
   static void exchangeVersion_(ccArchive& ar, unsigned char& version);
   void mutating_();
@@ -98,7 +102,9 @@ class ccPersistent {
   // entry; on loading with reinit set, clears the object first.
   void serialize(ccArchive& ar, int reinit);
 
-  bool bound_;
+  // Set and cleared under the archives' list lock; read without it by the
+  // quick test in mutating().
+  std::atomic<bool> bound_;
 };
 
 ccArchive& operator||(ccArchive& ar, ccPersistent& obj);

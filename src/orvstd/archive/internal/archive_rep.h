@@ -4,11 +4,13 @@
 #define ORVSTD_ARCHIVE_INTERNAL_ARCHIVE_REP_H_
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <vector>
 
+#include "orvstd/platform/resource.h"
+
 #include "orvstd/archive/archive.h"
+#include "orvstd/platform/resource.h"
 
 // One object known to an archive, with the objects that point to it and
 // those it points to.
@@ -64,7 +66,31 @@ class cc_ArchiveRep {
   bool hasFailed(ccPersistent* obj) const;
 };
 
-// The lock over the list of live archives and all object-graph work.
-std::recursive_mutex& cf_ArchiveListMutex();
+// The global archive count: one for each live archive, each bound object,
+// and the list lock itself while the statics live. The lock over the list
+// of live archives exists while the count is above 0; so a persistent
+// object with static storage can be destroyed after every other static.
+void cf_ArchiveCountUp();
+void cf_ArchiveCountDown();
+c_Int32 cf_ArchiveGlobalCount();  // for tests
+
+// Marks `obj` bound to an archive, or no longer, keeping the count.
+void cf_ArchiveBind(ccPersistent* obj);
+void cf_ArchiveUnbind(ccPersistent* obj);
+
+// The first of the two graph locks: the list of live archives and all
+// object-graph work (pointers, storing, loading, forgetting). Holds a
+// count for its duration. Recursive. The second, the serialisation
+// stack's, is only ever taken inside it.
+class cc_ArchiveListLock {
+ public:
+  cc_ArchiveListLock();
+  ~cc_ArchiveListLock();
+  cc_ArchiveListLock(cc_ArchiveListLock const&) = delete;
+  cc_ArchiveListLock& operator=(cc_ArchiveListLock const&) = delete;
+
+ private:
+  ccCriticalSection* section_;
+};
 
 #endif  // ORVSTD_ARCHIVE_INTERNAL_ARCHIVE_REP_H_
