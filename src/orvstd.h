@@ -73,6 +73,7 @@
 #include "orvstd/devices/pointing_device.h"
 #include "orvstd/vdb/vdb_record.h"
 #include "orvstd/workmgr/worker_thread_manager_defs.h"
+#include "orvstd/workmgr/worker_thread_manager.h"
 #include "orvstd/workmgr/progress_defs.h"
 
 #endif  // ORVSTD_H_
