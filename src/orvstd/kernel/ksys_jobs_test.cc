@@ -78,7 +78,13 @@ c_Int32 traceJob(ksys_jobParams const* params) {
   return 100 - trace->index;  // a status of its own, to check the order
 }
 
-class JobPoolSize : public testing::TestWithParam<c_Int32> {};
+// Every test leaves no job thread behind: death tests of this program fork.
+class JobPool : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(ksys_jobShutdown(), 0); }
+};
+
+class JobPoolSize : public JobPool, public testing::WithParamInterface<c_Int32> {};
 
 TEST_P(JobPoolSize, ResetWhileIdleRunsEachRequestOnceOnThePoolOrTheCaller) {
   c_Int32 const n = GetParam();
@@ -118,7 +124,7 @@ TEST_P(JobPoolSize, ResetWhileIdleRunsEachRequestOnceOnThePoolOrTheCaller) {
 
 INSTANTIATE_TEST_SUITE_P(Sizes, JobPoolSize, testing::Values(1, 2, 3, 7));
 
-TEST(JobPool, ShutDownRunsEverythingOnTheCaller) {
+TEST_F(JobPool, ShutDownRunsEverythingOnTheCaller) {
   ASSERT_EQ(ksys_jobShutdown(), 0);
   EXPECT_EQ(ksys_jobGetNumThreads(), 0);
   JobObjects jobs;
@@ -137,13 +143,13 @@ TEST(JobPool, ShutDownRunsEverythingOnTheCaller) {
   EXPECT_EQ(ksys_jobGetNumThreads(), 2);
 }
 
-TEST(JobPool, ResetWithZeroTakesOneThreadPerCore) {
+TEST_F(JobPool, ResetWithZeroTakesOneThreadPerCore) {
   resetTo(0);
   c_Int32 const cores = static_cast<c_Int32>(std::thread::hardware_concurrency());
   EXPECT_EQ(ksys_jobGetNumThreads(), cores > 0 ? cores : 1);
 }
 
-TEST(JobPool, RefusesBadArguments) {
+TEST_F(JobPool, RefusesBadArguments) {
   ksys_jobResetParams* params = nullptr;
   ASSERT_EQ(ksys_jobResetParams_construct(&params), 0);
   EXPECT_EQ(ksys_jobResetParams_setNumThreads(params, -1), ksys_jobBadArgument);
@@ -174,7 +180,7 @@ c_Int32 readFirstByte(ksys_jobParams const* params) {
   return *static_cast<unsigned char const*>(ksys_jobParams_getDataConst(params));
 }
 
-TEST(JobPool, RequestsOwnTheirDataAndReleaseItOnce) {
+TEST_F(JobPool, RequestsOwnTheirDataAndReleaseItOnce) {
   resetTo(2);
   gReleased = 0;
   {
@@ -208,7 +214,7 @@ c_Int32 throwOrCount(ksys_jobParams const* params) {
   return 0;
 }
 
-TEST(JobPool, AnExceptionOutOfAJobIsRaisedInTheDispatcherAfterTheRest) {
+TEST_F(JobPool, AnExceptionOutOfAJobIsRaisedInTheDispatcherAfterTheRest) {
   for (c_Int32 n : {0, 3}) {
     if (n == 0)
       ASSERT_EQ(ksys_jobShutdown(), 0);
@@ -256,7 +262,7 @@ c_Int32 outerJob(ksys_jobParams const* params) {
   return 0;
 }
 
-TEST(JobPool, NestedDispatchCompletesAndResetFromAJobIsRefused) {
+TEST_F(JobPool, NestedDispatchCompletesAndResetFromAJobIsRefused) {
   resetTo(2);
   std::vector<Nested> nested(4);
   JobObjects jobs;
@@ -276,7 +282,7 @@ c_Int32 addOne(ksys_jobParams const* params) {
   return 0;
 }
 
-TEST(JobPool, ConcurrentDispatchersAndResetsEachFinishTheirOwnSets) {
+TEST_F(JobPool, ConcurrentDispatchersAndResetsEachFinishTheirOwnSets) {
   resetTo(3);
   constexpr int kDispatchers = 4;
   constexpr int kRounds = 30;

@@ -32,6 +32,13 @@ c_Int32 cores() {
   return n > 0 ? n : 1;
 }
 
+// Leaves no job thread behind for whatever runs after these tests.
+class NoThreadsAtTheEnd : public testing::Environment {
+ public:
+  void TearDown() override { ccWorkerThreadManager::deactivate(); }
+};
+testing::Environment* const noThreadsAtTheEnd = testing::AddGlobalTestEnvironment(new NoThreadsAtTheEnd);
+
 TEST(WorkerThreadManagerParams, DefaultsAndRefusedValues) {
   ccWorkerThreadManagerParams params;
   EXPECT_EQ(params.desiredWorkerThreads(), Defs::eMaxWorkerThreads);
