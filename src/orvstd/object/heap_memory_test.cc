@@ -51,7 +51,8 @@ TEST(HeapMemory, CopiesShareTheBlockAndTheLastFreesIt) {
   EXPECT_EQ(copy.ptr(), source->ptr());
   ccHeapMemory assigned;
   assigned = *source;
-  assigned = assigned;  // self: no change
+  ccHeapMemory& self = assigned;
+  assigned = self;  // self: no change
   EXPECT_EQ(assigned.ptr(), source->ptr());
   delete source;
   // The copies outlive their source and may still use the block.
