@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 
 #include "orvstd/handle/ptrhandle.h"
 
@@ -17,6 +18,8 @@ struct Shape {
   c_Int32 size;
   c_Int32 alignment;
 };
+
+void PrintTo(Shape const& s, std::ostream* os) { *os << s.size << " bytes at " << s.alignment; }
 
 class HeapMemoryAlignment : public testing::TestWithParam<Shape> {};
 

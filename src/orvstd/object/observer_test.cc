@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <functional>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -73,6 +74,9 @@ struct PassCase {
   std::vector<std::pair<char, char>> steps;  // ('-', X): detach X; ('+', X): attach X
   char const* expected;
 };
+
+// Test names in listings, not the bytes of the case.
+void PrintTo(PassCase const& c, std::ostream* os) { *os << c.name; }
 
 class ChangesDuringAPass : public testing::TestWithParam<PassCase> {};
 

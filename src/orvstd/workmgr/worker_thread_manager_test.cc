@@ -172,6 +172,9 @@ struct RunCase {
   std::vector<c_UInt32> expected;
 };
 
+// Test names in listings, not the bytes of the case.
+void PrintTo(RunCase const& c, std::ostream* os) { *os << c.name; }
+
 class MultithreadRun : public testing::TestWithParam<RunCase> {};
 
 TEST_P(MultithreadRun, StatusesFollowTheRoundRobinShares) {
