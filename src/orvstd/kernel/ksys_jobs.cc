@@ -219,7 +219,9 @@ c_Int32 ksys_jobThreadGroup_destroy(void* group) { return destroy<ksys_jobThread
 
 c_Int32 ksys_jobGetCurrentThreadState(ksys_jobThreadGroup const* group, c_Int32 state[2]) {
   if (group == nullptr || state == nullptr) return ksys_jobBadArgument;
-  state[0] = tl_jobIndex >= 0 ? 1 : ksys_jobGetNumThreads();
+  // Inside a job, whichever thread runs it, nested work stays serial: the
+  // same job then splits its work the same way on the caller as on a worker.
+  state[0] = tl_jobIndex >= 0 || tl_dispatchDepth > 0 ? 1 : ksys_jobGetNumThreads();
   state[1] = tl_jobIndex;
   return 0;
 }

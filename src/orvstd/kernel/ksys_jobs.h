@@ -71,9 +71,10 @@ c_Int32 ksys_jobGetNumThreads();
 
 c_Int32 ksys_jobThreadGroup_construct(ksys_jobThreadGroup** out);
 c_Int32 ksys_jobThreadGroup_destroy(void* group);
-// state[0]: the threads a dispatch of this thread may use, 1 on a job
-// thread (nested work stays serial) and 0 after a shutdown; state[1]: the
-// index of this job thread, -1 for any other thread.
+// state[0]: the threads a dispatch of this thread may use: 1 inside a job,
+// on a job thread or on a dispatcher that helps (nested work stays serial),
+// and 0 after a shutdown; state[1]: the index of this job thread, -1 for
+// any other thread.
 c_Int32 ksys_jobGetCurrentThreadState(ksys_jobThreadGroup const* group, c_Int32 state[2]);
 // Runs every request of `requests` once and returns when all have ended;
 // their statuses go to `results` in request order. A job's exception is

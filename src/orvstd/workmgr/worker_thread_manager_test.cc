@@ -261,6 +261,20 @@ TEST(MultithreadRun, OneOrManyThreadsGiveTheSameValues) {
   for (std::size_t r = 1; r < runs.size(); ++r) EXPECT_EQ(runs[r], runs[0]);
 }
 
+// A nested run inside a work item is unthreaded wherever the item runs, so
+// its exception reaches the outer item and becomes that item's status.
+void nestedRun(void*) {
+  std::vector<Item> inner(4);
+  inner[1].failWith = 1;
+  cfMultithreadRunQRT(&work, pointers(inner));
+}
+
+TEST(MultithreadRun, NestedRunsAreUnthreadedOnEveryThread) {
+  useThreads(3);
+  std::vector<void*> outer(6, nullptr);
+  EXPECT_EQ(cfMultithreadRunQRT(&nestedRun, outer), (std::vector<c_UInt32>{S, S, S, N, N, N}));
+}
+
 TEST(MultithreadRun, SeveralCallersAtOnce) {
   useThreads(3);
   std::vector<std::thread> callers;
