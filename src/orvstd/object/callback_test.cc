@@ -1,4 +1,4 @@
-// Callbacks: local and remote, through archives byte for byte, refused
+// The remote-object base and callbacks: local and remote, through archives byte for byte, refused
 // versions, and the counted one-argument form.
 #include "orvstd/object/callback.h"
 
@@ -35,6 +35,28 @@ TEST(Callback, LocalAndRemoteKeepTheirPlaceThroughCopies) {
   EXPECT_EQ(copy.handle(), 0xFFFFFFFEu);
   EXPECT_EQ(copy.refCount(), 0);  // a copy is a new body
   copy = local;
+  EXPECT_TRUE(copy.isLocal());
+}
+
+// Moves are protected: a class decides where its objects live.
+class Probe : public ccRemoteObject {
+ public:
+  using ccRemoteObject::move;
+  ~Probe() override = default;
+};
+
+TEST(RemoteObject, MovesBetweenHereAndTheFarSide) {
+  Probe probe;
+  EXPECT_TRUE(probe.isLocal());
+  probe.move(fakeCommunicator(), 0x7FFFFFFF);
+  EXPECT_TRUE(probe.isRemote());
+  EXPECT_EQ(probe.handle(), 0x7FFFFFFFu);
+  Probe copy = probe;
+  probe.move();
+  EXPECT_TRUE(probe.isLocal());
+  EXPECT_EQ(probe.communicator(), nullptr);
+  EXPECT_EQ(copy.handle(), 0x7FFFFFFFu);  // the copy stays where it was
+  copy = probe;
   EXPECT_TRUE(copy.isLocal());
 }
 
