@@ -29,6 +29,10 @@
 #include "orvstd/platform/timer.h"
 #include "orvstd/platform/deadline.h"
 #include "orvstd/platform/attention.h"
+#include "orvstd/object/remote_object.h"
+#include "orvstd/object/observer.h"
+#include "orvstd/object/callback.h"
+#include "orvstd/object/heap_memory.h"
 #include "orvstd/math/math_error.h"
 #include "orvstd/math/range_defs.h"
 #include "orvstd/math/xform_defs.h"
@@ -44,7 +48,7 @@
 #include "orvstd/shapes/affine_rectangle.h"
 #include "orvstd/rpc/rpc.h"
 #include "orvstd/rpc/rpc_handler.h"
-#include "orvstd/rpc/remote_object.h"
+#include "orvstd/object/remote_object.h"
 #include "orvstd/pelbuf/pel.h"
 #include "orvstd/pelbuf/rect_errors.h"
 #include "orvstd/pelbuf/pelfunc.h"
@@ -69,6 +73,7 @@
 #include "orvstd/devices/pointing_device.h"
 #include "orvstd/vdb/vdb_record.h"
 #include "orvstd/workmgr/worker_thread_manager_defs.h"
+#include "orvstd/workmgr/worker_thread_manager.h"
 #include "orvstd/workmgr/progress_defs.h"
 
 #endif  // ORVSTD_H_

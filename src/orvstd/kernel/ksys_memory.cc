@@ -24,3 +24,7 @@ c_Int32 ksys_memory_free(void* block) {
   std::free(block);
   return 0;
 }
+
+c_Int32 ksys_memory_alloc_internal(std::size_t size, void** out) { return ksys_memory_alloc(size, 16, out); }
+
+c_Int32 ksys_memory_free_internal(void* block) { return ksys_memory_free(block); }

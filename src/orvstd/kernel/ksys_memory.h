@@ -17,4 +17,9 @@ c_Int32 ksys_memory_alloc(std::size_t size, std::size_t alignment, void** out);
 // Frees a block from ksys_memory_alloc; null is allowed.
 c_Int32 ksys_memory_free(void* block);
 
+// Small blocks for the kernel's own records (16-byte aligned); the free has
+// the clean-up list's signature, so it can be a record's release.
+c_Int32 ksys_memory_alloc_internal(std::size_t size, void** out);
+c_Int32 ksys_memory_free_internal(void* block);
+
 #endif  // ORVSTD_KERNEL_KSYS_MEMORY_H_

@@ -10,6 +10,13 @@
 
 class ccWorkerThreadManagerDefs {
  public:
+  // How many job threads the kernel layer is to run.
+  enum DesiredWorkerThreads : c_UInt32 {
+    eNoWorkerThreads = 0,      // none: the job layer is shut down
+    eMaxWorkerThreads = 1,     // as many as the kernel chooses
+    eWorkerThreadCount = 2,    // exactly the count of the parameters
+  };
+
   cmErrorFamily(Errors, ccExceptionWithString);
   cmErrorClass(BadParams, Errors, 0x1000ac00);
 };

@@ -1,3 +1,0 @@
-#include "orvstd/rpc/remote_object.h"
-
-cmErrorDefine(ccRemoteObject::ObjectMismatch)
