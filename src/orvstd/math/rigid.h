@@ -70,7 +70,8 @@ class cc2Rigid {
 
   // With r = this·center.inverse(): the half angle of r is nearer to 0 than
   // half the tolerance angle, and each translation component of r is
-  // smaller in magnitude than the tolerance's; all strict.
+  // smaller in magnitude than the tolerance's; all strict. The angles are
+  // not normalised first, so a pose a whole turn away is not bounded.
   bool isBounded(cc2Rigid const& center, cc2Rigid const& tolerance) const;
 
  private:
