@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 
 #include "orvstd/archive/testing/value_archive.h"
 #include "orvstd/kernel/kmath_types.h"
@@ -62,6 +63,20 @@ TEST(Xform2, MapsAndComposesWithTheRightOperandFirst) {
   c.matrix(M2(1, 0, 0, 3));
   EXPECT_EQ(c * V2(1, 1), V2(2, 4));
   EXPECT_NE(c, a);
+}
+
+TEST(Xform2, MapPointIsBitForBitMatrixTimesPointPlusTrans) {
+  // mapPoint has a two-lane fast path; it must round exactly as written.
+  std::mt19937_64 rng(2);
+  std::uniform_real_distribution<double> u(-1e3, 1e3);
+  for (int i = 0; i < 1000; ++i) {
+    X2 const x(M2(u(rng), u(rng), u(rng), u(rng)), V2(u(rng), u(rng)));
+    V2 const p(u(rng) * 1e-3, u(rng) * 1e5);
+    V2 const want(x.matrix().element(0, 0) * p.x() + x.matrix().element(0, 1) * p.y() + x.trans().x(),
+                  x.matrix().element(1, 0) * p.x() + x.matrix().element(1, 1) * p.y() + x.trans().y());
+    ASSERT_EQ(x.mapPoint(p), want);
+    ASSERT_EQ(x * p, x.matrix() * p + x.trans());
+  }
 }
 
 TEST(Xform2, InverseAndInverseMaps) {
