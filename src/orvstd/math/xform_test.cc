@@ -311,6 +311,16 @@ TEST(XformArchive, RoundTripsAndRefusesOtherVersions) {
   EXPECT_THROW(loadValue<X3>(ccArchive::eLsbFirst, ValueBytes(50, 0)), ccArchive::Eof);
 }
 
+TEST(MathError, Numbers) {
+  struct {
+    ccMathError::Errors const& e;
+    c_Int32 number;
+  } const cases[] = {{ccMathError::Singular(), 0x10000f00},
+                     {ccMathError::NullVector(), 0x10000f01},
+                     {ccMathError::DivisionByZero(), 0x10000f02}};
+  for (auto const& c : cases) EXPECT_EQ(c.e.errorNumber(), c.number);
+}
+
 TEST(XformEq, TransThenMatrixWithOneTolerance) {
   X2 const a(M2(1, 2, 3, 4), V2(5, 6));
   EXPECT_TRUE(cfRealEq(a, X2(M2(1.1, 2, 3, 4), V2(5, 5.9)), 0.1 + 1e-15));
