@@ -204,7 +204,20 @@ TEST(MatrixArchive, RoundTripsAndRefusesOtherVersions) {
     EXPECT_EQ(m, n);
     EXPECT_EQ(m.determinant(), 1);
   }
-  EXPECT_EQ(valueBytes(ccArchive::eLsbFirst, n).size(), 81u);
+  // Least significant byte first: 1.0, 0, -2.0 along the diagonal of a
+  // diagonal matrix, then dt = -2.
+  ValueBytes const one{0, 0, 0, 0, 0, 0, 0xF0, 0x3F}, zero(8, 0), minusTwo{0, 0, 0, 0, 0, 0, 0, 0xC0};
+  ValueBytes want{0};
+  for (ValueBytes const* e : {&one, &zero, &zero, &zero, &one, &zero, &zero, &zero, &minusTwo, &minusTwo})
+    want.insert(want.end(), e->begin(), e->end());
+  EXPECT_EQ(valueBytes(ccArchive::eLsbFirst, M3(1, 0, 0, 0, 1, 0, 0, 0, -2)), want);
+  // Its determinant edited to 0: loaded as it stands.
+  ValueBytes edited = want;
+  edited.back() = 0;
+  M3 const flat = loadValue<M3>(ccArchive::eLsbFirst, edited);
+  EXPECT_TRUE(flat.isSingular());
+  EXPECT_THROW(flat.repInvariant(), ccInvariantFailure);
+  EXPECT_THROW((void)flat.inverse(), ccMathError::Singular);
   ValueBytes bad(41, 0);
   bad[0] = 2;
   EXPECT_THROW(loadValue<M2>(ccArchive::eLsbFirst, bad), ccArchive::UnknownVersion);

@@ -277,7 +277,9 @@ TEST(XformArchive, BytesOfEachFormat) {
   // The stored flag is read and ignored.
   moved.back() = 7;
   EXPECT_EQ(loadValue<X2>(ccArchive::eMsbFirst, moved), X2(M2(), V2(1, 0)));
-  EXPECT_EQ(valueBytes(ccArchive::eLsbFirst, X3()).size(), 1u + 25 + 81);
+  ValueBytes const d2{0x40, 0, 0, 0, 0, 0, 0, 0};
+  ValueBytes const three = cat({{0}, {0}, d0, d2, d0, {0}, d1, d0, d0, d0, d1, d0, d0, d0, d1, d1});
+  EXPECT_EQ(valueBytes(ccArchive::eMsbFirst, X3(M3(), V3(0, 2, 0))), three);
 
   ValueBytes const rigid = cat({{0, 0x40, 0x56, 0x80, 0, 0, 0, 0, 0}, {0}, d1, {0x40, 0, 0, 0, 0, 0, 0, 0}});
   EXPECT_EQ(valueBytes(ccArchive::eMsbFirst, cc2Rigid(ccDegree(90), V2(1, 2))), rigid);
