@@ -10,6 +10,7 @@
 //
 // ccRadian and ccDegree compare their raw doubles, ccAngle8 and ccAngle16
 // their unsigned integers: none of the comparisons knows about wrapping.
+// Compare two angles of one type; mixed types are ambiguous on purpose.
 // Arithmetic on the binary angles wraps modulo a full turn.
 //
 // A double that does not fit a binary angle: the rounded value keeps its
@@ -116,8 +117,8 @@ inline unsigned cf_RoundedLowBits(double x, unsigned mask) {
   double const r = std::floor(x + 0.5);
   if (std::fabs(r) < 9.0e15) return static_cast<unsigned>(static_cast<c_Int64>(r)) & mask;
   if (!std::isfinite(r)) return 0;
-  // Beyond 2^53 every double is a multiple of the turn's power of two
-  // times something; fmod is exact and finds the residue.
+  // Larger values are integers already; fmod by a power of two is exact,
+  // so the residue is still the true low bits.
   double m = std::fmod(r, static_cast<double>(mask) + 1.0);
   if (m < 0) m += static_cast<double>(mask) + 1.0;
   return static_cast<unsigned>(m);

@@ -222,7 +222,8 @@ class ccMatrix<3> {
   static void check(int r, int c) { cmAssert(r >= 0 && r <= 2 && c >= 0 && c <= 2); }
   // Expanded along the first row.
   void setdt() {
-    dt_ = e_[0][0] * (e_[1][1] * e_[2][2] - e_[1][2] * e_[2][1]) - e_[0][1] * (e_[1][0] * e_[2][2] - e_[1][2] * e_[2][0]) +
+    dt_ = e_[0][0] * (e_[1][1] * e_[2][2] - e_[1][2] * e_[2][1]) -
+          e_[0][1] * (e_[1][0] * e_[2][2] - e_[1][2] * e_[2][0]) +
           e_[0][2] * (e_[1][0] * e_[2][1] - e_[1][1] * e_[2][0]);
   }
   double columnLength(int c) const {
