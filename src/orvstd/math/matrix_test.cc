@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <ostream>
 
 #include "orvstd/archive/testing/value_archive.h"
 #include "orvstd/kernel/kmath_types.h"
@@ -84,6 +85,9 @@ TEST(Matrix2, InverseByTheStoredDeterminant) {
 struct Parts {
   double scale, aspect, shearDeg, rotDeg;
 };
+void PrintTo(Parts const& p, std::ostream* os) {
+  *os << "scale " << p.scale << " aspect " << p.aspect << " shear " << p.shearDeg << " rotation " << p.rotDeg;
+}
 
 class Matrix2Decomposition : public ::testing::TestWithParam<Parts> {};
 
