@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "orvstd/archive/testing/value_bytes.h"
+#include "orvstd/archive/testing/value_archive.h"
 #include "orvstd/kernel/kstd.h"
 #include "orvstd/math/random_sample.h"
 #include "orvstd/util/cmemory.h"
@@ -116,24 +116,23 @@ ccRobustFitParams sample() {
 }
 
 TEST(RobustFitParamsArchive, StoresVersionOneBytes) {
-  Bytes const msb{0x01,                          // version
+  ValueBytes const msb{0x01,                          // version
                   0x3F, 0xD0, 0, 0, 0, 0, 0, 0,  // 0.25
                   0x3F, 0xE0, 0, 0, 0, 0, 0, 0,  // 0.5
                   0x40, 0x00, 0, 0, 0, 0, 0, 0,  // 2.0
                   0, 0, 0, 3};                   // technique
-  EXPECT_EQ(cfTestValueBytes(ccArchive::eMsbFirst, sample()), msb);
-  EXPECT_EQ(cfTestLoadValue<ccRobustFitParams>(ccArchive::eMsbFirst, msb), sample());
+  EXPECT_EQ(valueBytes(ccArchive::eMsbFirst, sample()), msb);
+  EXPECT_EQ(loadValue<ccRobustFitParams>(ccArchive::eMsbFirst, msb), sample());
 }
 
 TEST(RobustFitParamsArchive, RoundTripsInEveryArchiveKind) {
-  for (auto order : {ccArchive::eLsbFirst, ccArchive::eMsbFirst})
-    for (bool seekable : {false, true}) EXPECT_EQ(cfTestRoundTrip(sample(), order, seekable), sample());
+  for (ccRobustFitParams const& back : roundTrips(sample())) EXPECT_EQ(back, sample());
 }
 
 TEST(RobustFitParamsArchive, VersionZeroIsReadAndDropped) {
   // An unsigned long and a double, then a marker that must be next.
-  Bytes const old{0x00, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F, 0x2A};
-  Bytes all{0x02, 0x01};
+  ValueBytes const old{0x00, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F, 0x2A};
+  ValueBytes all{0x02, 0x01};
   all.insert(all.end(), old.begin(), old.end());
   ccMemoryArchive in(reinterpret_cast<char const*>(all.data()), static_cast<c_Int32>(all.size()), false, false);
   ccRobustFitParams p = sample();
@@ -144,10 +143,10 @@ TEST(RobustFitParamsArchive, VersionZeroIsReadAndDropped) {
 }
 
 TEST(RobustFitParamsArchive, DamagedBytes) {
-  Bytes b = cfTestValueBytes(ccArchive::eLsbFirst, sample());
+  ValueBytes b = valueBytes(ccArchive::eLsbFirst, sample());
   b[0] = 2;
   try {
-    cfTestLoadValue<ccRobustFitParams>(ccArchive::eLsbFirst, b);
+    loadValue<ccRobustFitParams>(ccArchive::eLsbFirst, b);
     ADD_FAILURE() << "version 2 loaded";
   } catch (ccArchive::UnknownVersion const& e) {
     EXPECT_EQ(e.file(), "std/math/robstfit");
@@ -158,7 +157,7 @@ TEST(RobustFitParamsArchive, DamagedBytes) {
   b[16] = 0x40;  // assurance 2.0: the top bytes of the second double
   b[15] = 0x00;
   ccRobustFitParams target;
-  EXPECT_THROW(cfTestLoadInto(ccArchive::eLsbFirst, b, target), ccRobustFitDefs::BadParams);
+  EXPECT_THROW(loadValueInto(ccArchive::eLsbFirst, b, target), ccRobustFitDefs::BadParams);
   EXPECT_EQ(target, ccRobustFitParams());
 }
 

@@ -60,7 +60,13 @@ QUARTICS = [
     [1, 0, -5, 0, 4],
     [3, 1, -7, 2, 1],
     [1, 4, -2, -12, 5],
+    [1, 0, 0, 0, -1],     # R = 0, W >= 0
+    [1, -2, -2, 3, -1],   # R = 0, W >= 0, a complex pair
 ]
+# Only quartics whose square roots are all of real numbers: where the
+# formula takes complexRoot (s < 0, or R = 0 with W < 0) its half-modulus
+# rule departs from the true roots on purpose, and the test checks those
+# cases by hand instead.
 
 
 def main():
