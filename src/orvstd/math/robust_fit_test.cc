@@ -32,20 +32,6 @@ TEST(RobustFitErrors, NumbersAndFamilies) {
   }
 }
 
-TEST(RobustFitErrors, TravelThroughAnArchiveAsTheirOwnClass) {
-  ccMemoryArchive out(ccArchive::eLsbFirst, true);
-  ccPersistent* sent = new ccAdaptiveRANSACDefs::FailedToFitModel("no model");
-  ccPersistent* sentOut = nullptr;
-  ccPersistent::serializePointer(out, sent, sentOut);
-  delete sent;
-  ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), true, false);
-  ccPersistent* loaded = nullptr;
-  ccPersistent::serializePointer(in, nullptr, loaded);
-  auto* e = dynamic_cast<ccException*>(loaded);
-  ASSERT_NE(e, nullptr);
-  EXPECT_THROW(e->suicideAndRethrow(), ccAdaptiveRANSACDefs::FailedToFitModel);
-}
-
 TEST(RobustFitParams, Defaults) {
   ccRobustFitParams const p;
   EXPECT_EQ(p.worstCaseProportionOutliers(), 0.0);
