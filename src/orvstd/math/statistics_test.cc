@@ -58,13 +58,18 @@ TEST(Statistics, OneSampleHasNoSpread) {
 }
 
 TEST(Statistics, VarianceRoundingBelowZeroIsClamped) {
-  // sumSq - sum*mean comes out a little negative for these in doubles.
+  // Three samples of 0.1: the sums as add() accumulates them make
+  // sumSq - sum*mean about -3.5e-18.
   ccStatistics s;
-  for (int i = 0; i < 3; ++i) s.add(0.1);
-  double const raw = (3 * (0.1 * 0.1) - (0.1 + 0.1 + 0.1) * ((0.1 + 0.1 + 0.1) / 3)) / 2;
-  ASSERT_NE(raw, 0.0);  // the point of the case: the raw formula is not 0
-  EXPECT_GE(s.variance(), 0.0);
-  EXPECT_FALSE(std::isnan(s.stdDev()));
+  double sum = 0, sumSq = 0;
+  for (int i = 0; i < 3; ++i) {
+    s.add(0.1);
+    sum += 0.1;
+    sumSq += 0.1 * 0.1;
+  }
+  ASSERT_LT(sumSq - sum * (sum / 3), 0.0);  // the point of the case
+  EXPECT_EQ(s.variance(), 0.0);
+  EXPECT_EQ(s.stdDev(), 0.0);
 }
 
 TEST(Statistics, AddFormsAgree) {

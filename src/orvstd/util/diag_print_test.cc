@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <new>
 #include <string>
 
 #include "orvstd/kernel/kstd.h"
@@ -9,7 +12,9 @@
 
 namespace {
 
-void append(char const* data, std::size_t size, void* context) { static_cast<std::string*>(context)->append(data, size); }
+void append(char const* data, std::size_t size, void* context) {
+  static_cast<std::string*>(context)->append(data, size);
+}
 
 TEST(DiagPrint, FormatsAtOrBelowTheLevel) {
   std::string text;
