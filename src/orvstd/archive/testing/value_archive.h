@@ -23,14 +23,21 @@ ValueBytes valueBytes(ccArchive::Ordering ordering, T const& v) {
   return ValueBytes(p + 2, p + ar.size());
 }
 
-// Loads a T from `body` placed behind a plain archive head.
+// Loads into an existing `v` from `body` placed behind a plain archive head
+// (to see what a load keeps or leaves alone).
 template <class T>
-T loadValue(ccArchive::Ordering ordering, ValueBytes const& body) {
+void loadValueInto(ccArchive::Ordering ordering, ValueBytes const& body, T& v) {
   std::string bytes{'\x02', ordering == ccArchive::eMsbFirst ? '\x00' : '\x01'};
   bytes.append(body.begin(), body.end());
   ccMemoryArchive ar(bytes.data(), static_cast<c_Int32>(bytes.size()), false, false);
-  T v{};
   ar >> v;
+}
+
+// Loads a T from `body` placed behind a plain archive head.
+template <class T>
+T loadValue(ccArchive::Ordering ordering, ValueBytes const& body) {
+  T v{};
+  loadValueInto(ordering, body, v);
   return v;
 }
 
