@@ -14,8 +14,6 @@ void* cfCacheAlloc(std::size_t size) {
   return block;
 }
 
-void cfFree(void* block) { ksys_memory_free(block); }
-
 ccHeapMemory::ccHeapMemory(c_Int32 size, c_Int32 alignment) {
   cmAssert(alignment >= 0);
   cmAssert((alignment & (alignment - 1)) == 0);  // else the start could run past the block

@@ -14,12 +14,11 @@
 
 #include "orvstd/defs/types.h"
 #include "orvstd/handle/repbase.h"
+#include "orvstd/util/cmemory.h"
 
 // A block of `size` bytes on a cache-line (64-byte) boundary;
-// std::bad_alloc when none is left.
+// std::bad_alloc when none is left. Freed by cfFree, like cfMalloc's.
 void* cfCacheAlloc(std::size_t size);
-// Frees a block of cfCacheAlloc; null is allowed.
-void cfFree(void* block);
 
 class ccHeapMemory : public ccRepBase {
  public:
