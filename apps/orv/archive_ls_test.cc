@@ -7,8 +7,28 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "orvstd/archive/archive.h"
+#include "orvstd/archive/persistent.h"
+
+// A node with two pointers, for listings of graphs.
+class ccLsNode : public ccPersistent {
+ public:
+  ccPersistent* left = nullptr;
+  ccPersistent* right = nullptr;
+
+ protected:
+  void dispatchSerialize(ccArchive& ar) override {
+    dispatchVersioned_(ar, this, sizeof(ccLsNode), 0, [&](unsigned char) {
+      ccPersistent::dispatchSerialize(ar);
+      ccPersistent* out = nullptr;
+      serializePointer(ar, left, out);
+      serializePointer(ar, right, out);
+    });
+  }
+};
+static cc_Instantiator const lsNodeInstantiator(typeid(ccLsNode), &cf_MakeNothrow<ccLsNode>);
 
 namespace {
 
@@ -39,10 +59,44 @@ TEST(ArchiveLs, ListsHeadMarksObjectsAndPointers) {
             "mark 1 pos 95\n"
             "mark 2 pos 121\n"
             "mark 4 pos 147\n"
-            "object 1 type ccAssertFailure size 64 pointer-offset 0 pos 191\n"
+            "object 1 type ccAssertFailure size 64 pointer-offset 0 pos 191 refers -\n"
             "pointer pos 173 id 1 flag 1\n"
             "pointer pos 255 id 1 flag 0\n"
             "pointer pos 273 id 0 flag 0\n");
+  std::remove(path.c_str());
+}
+
+// Each object lists the targets of the pointers in its own record, not
+// those of the objects nested in it: a -> (b, c), b -> (a, null),
+// c -> (b, null), stored from a.
+TEST(ArchiveLs, ObjectsListTheTargetsOfTheirOwnPointers) {
+  std::string const path = kDir + "orv_ls_graph.arc";
+  {
+    ccLsNode a, b, c;
+    a.left = &b;
+    a.right = &c;
+    b.left = &a;
+    c.left = &b;
+    ccFileArchive ar(path, ccArchive::eStore, ccArchive::eLsbFirst, true);
+    ccPersistent* out = nullptr;
+    ccPersistent::serializePointer(ar, &a, out);
+  }
+  std::ostringstream out;
+  cfArchiveList(path, out);
+  std::istringstream lines(out.str());
+  std::vector<std::string> objects;
+  for (std::string line; std::getline(lines, line);)
+    if (line.rfind("object ", 0) == 0) objects.push_back(line);
+  ASSERT_EQ(objects.size(), 3u) << out.str();
+  auto endsWith = [](std::string const& s, std::string const& tail) {
+    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+  };
+  EXPECT_EQ(objects[0].rfind("object 1 type ccLsNode ", 0), 0u) << objects[0];
+  EXPECT_TRUE(endsWith(objects[0], " refers 2 3")) << objects[0];
+  EXPECT_EQ(objects[1].rfind("object 2 type ccLsNode ", 0), 0u) << objects[1];
+  EXPECT_TRUE(endsWith(objects[1], " refers 1 null")) << objects[1];
+  EXPECT_EQ(objects[2].rfind("object 3 type ccLsNode ", 0), 0u) << objects[2];
+  EXPECT_TRUE(endsWith(objects[2], " refers 2 null")) << objects[2];
   std::remove(path.c_str());
 }
 

@@ -368,7 +368,10 @@ c_Int32 ksys_sync_close(ksys_syncObject* object) {
     if (owner != 0) {
       // The owner's list still points at the object: only the owner may
       // take it off.
-      if (owner != ksys_thread_currentTid()) return ksys_syncStillOwned;
+      if (owner != ksys_thread_currentTid()) {
+        object->refs.fetch_add(1, std::memory_order_relaxed);  // refused: nothing changes
+        return ksys_syncStillOwned;
+      }
       unlinkOwned(ksys_thread_current(), object);
     }
   }

@@ -86,8 +86,9 @@ c_Int32 ksys_sync_openNamed(ksys_syncKind kind, char const* name, ksys_syncParam
                             bool allowExisting, ksys_syncObject** out, bool* first);
 // Another reference to the same object (a duplicated handle).
 void ksys_sync_retain(ksys_syncObject* object);
-// Drops a reference; the last frees the object. A mutex owned by another
-// thread at that moment is ksys_syncStillOwned and is not freed.
+// Drops a reference; the last frees the object. The last close of a mutex
+// owned by another thread is refused (ksys_syncStillOwned) and keeps its
+// reference.
 c_Int32 ksys_sync_close(ksys_syncObject* object);
 
 // Waits up to `ms` milliseconds (-1: no limit, 0: a single test) for the
