@@ -84,6 +84,10 @@ c_Int32 cc_ArchiveRep::storeObject(ccPersistent* obj) {
   cmAssert(obj != nullptr && ar.isStoring());
   cc_ArchiveListLock lock;
   if (auto known = byAddress.find(obj); known != byAddress.end()) return known->second.id;
+  // A graph nested deeper than this thread's stack can take is refused
+  // before anything of this object is written; the records above it are
+  // unlinked by the usual failure path.
+  if (ksys_stack_headroom() < kStackForOneMoreLevel) throw ccArchive::BadContent("archutil", 2227);
   Pos const start = ar.tell();
   Pos const lastPointerBefore = lastPointer;
   c_Int32 const id = nextObjectId++;

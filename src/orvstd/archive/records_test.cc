@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -596,27 +597,17 @@ TEST(SeekableStream, AppendContinuesNumbersAndChains) {
   std::remove(path.c_str());
 }
 
-TEST(DamagedInput, NestingDeeperThanTheStackIsRefused) {
-  // A chain of nodes, each written inside its parent's body.
-  constexpr int kDepth = 1500;
-  std::vector<ccRecTestNode> nodes(kDepth);
-  for (int i = 0; i + 1 < kDepth; ++i) nodes[i].link = &nodes[i + 1];
-  ccMemoryArchive ar(ccArchive::eLsbFirst, false);
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &nodes[0], out);
-
-  // Loaded on a thread with a small stack: a typed error, not an overflow.
+// Runs `body` on a thread with a stack of `stackBytes`, the way a caller's
+// worker thread would, and hands back what it reported.
+std::string onThreadWithStack(std::size_t stackBytes, std::function<std::string()> body) {
   struct Job {
-    ccMemoryArchive const* ar;
+    std::function<std::string()> body;
     std::string outcome;
-  } job{&ar, ""};
-  auto body = [](void* p) -> void* {
+  } job{std::move(body), ""};
+  auto run = [](void* p) -> void* {
     auto* j = static_cast<Job*>(p);
-    ccMemoryArchive in(j->ar->storage(), static_cast<c_Int32>(j->ar->size()), false, false);
-    ccPersistent* loaded = nullptr;
     try {
-      ccPersistent::serializePointer(in, nullptr, loaded);
-      j->outcome = "loaded";
+      j->outcome = j->body();
     } catch (ccArchive::BadContent const& e) {
       j->outcome = "BadContent " + std::to_string(e.line());
     }
@@ -624,12 +615,106 @@ TEST(DamagedInput, NestingDeeperThanTheStackIsRefused) {
   };
   pthread_attr_t attr;
   pthread_attr_init(&attr);
-  pthread_attr_setstacksize(&attr, 512 * 1024);
+  pthread_attr_setstacksize(&attr, stackBytes);
   pthread_t thread;
-  ASSERT_EQ(pthread_create(&thread, &attr, body, &job), 0);
+  EXPECT_EQ(pthread_create(&thread, &attr, run, &job), 0);
   pthread_join(thread, nullptr);
   pthread_attr_destroy(&attr);
-  EXPECT_EQ(job.outcome, "BadContent 2226");
+  return job.outcome;
+}
+
+// A chain of nodes, each written inside its parent's body.
+std::vector<ccRecTestNode> chainOf(int depth) {
+  std::vector<ccRecTestNode> nodes(static_cast<std::size_t>(depth));
+  for (int i = 0; i + 1 < depth; ++i) nodes[i].link = &nodes[i + 1];
+  for (int i = 0; i < depth; ++i) nodes[i].value = i;
+  return nodes;
+}
+
+TEST(DamagedInput, NestingDeeperThanTheStackIsRefused) {
+  std::vector<ccRecTestNode> nodes = chainOf(1500);
+  ccMemoryArchive ar(ccArchive::eLsbFirst, false);
+  ccPersistent* out = nullptr;
+  ccPersistent::serializePointer(ar, &nodes[0], out);
+
+  // Loaded on a thread with a small stack: a typed error, not an overflow.
+  std::string const outcome = onThreadWithStack(512 * 1024, [&] {
+    ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), false, false);
+    ccPersistent* loaded = nullptr;
+    ccPersistent::serializePointer(in, nullptr, loaded);
+    return std::string("loaded");
+  });
+  EXPECT_EQ(outcome, "BadContent 2226");
+}
+
+TEST(Objects, StoringAGraphDeeperThanTheStackIsRefusedAndLeavesTheArchiveUsable) {
+  std::vector<ccRecTestNode> nodes = chainOf(1500);
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  std::string const outcome = onThreadWithStack(512 * 1024, [&] {
+    ccPersistent* out = nullptr;
+    ccPersistent::serializePointer(ar, &nodes[0], out);
+    return std::string("stored");
+  });
+  EXPECT_EQ(outcome, "BadContent 2227");
+  // Nothing of the failed chain is left in the object chain, and the
+  // archive takes the next graph as if nothing had happened.
+  EXPECT_EQ(ar.firstObjectID(), 0);
+  std::vector<ccRecTestNode> small = chainOf(3);
+  ccPersistent* out = nullptr;
+  ccPersistent::serializePointer(ar, &small[0], out);
+  ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), true, false);
+  std::vector<c_Int32> values;
+  for (c_Int32 id = in.firstObjectID(); id != 0; id = in.nextObjectID(id)) values.push_back(id);
+  EXPECT_EQ(values.size(), 3u);
+  ccPersistent* loaded = nullptr;
+  ccPersistent::serializePointer(in, nullptr, loaded);
+  values.clear();
+  for (auto* n = dynamic_cast<ccRecTestNode*>(loaded); n != nullptr;) {
+    values.push_back(n->value);
+    ccRecTestNode* next = n->link;
+    delete n;
+    n = next;
+  }
+  EXPECT_EQ(values, (std::vector<c_Int32>{0, 1, 2}));
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t kSanitizerStackScale = 4;  // instrumented frames are several times larger
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr std::size_t kSanitizerStackScale = 4;
+#else
+constexpr std::size_t kSanitizerStackScale = 1;
+#endif
+#else
+constexpr std::size_t kSanitizerStackScale = 1;
+#endif
+
+TEST(Objects, ChainsThousandsDeepStoreAndLoadOnAnOrdinaryStack) {
+  // 8 MB is the usual default stack of a thread and of main; one level
+  // takes about 1 KB in an optimised build.
+  constexpr int kDepth = 5000;
+  std::vector<ccRecTestNode> nodes = chainOf(kDepth);
+  for (bool seekable : {false, true}) {
+    std::string const outcome = onThreadWithStack((8 << 20) * kSanitizerStackScale, [&] {
+      ccMemoryArchive ar(ccArchive::eMsbFirst, seekable);
+      ccPersistent* out = nullptr;
+      ccPersistent::serializePointer(ar, &nodes[0], out);
+      ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), seekable, false);
+      ccPersistent* loaded = nullptr;
+      ccPersistent::serializePointer(in, nullptr, loaded);
+      int depth = 0;
+      std::string wrong;
+      for (auto* n = dynamic_cast<ccRecTestNode*>(loaded); n != nullptr; ++depth) {
+        if (n->value != depth && wrong.empty()) wrong = "value " + std::to_string(n->value) + " at depth " + std::to_string(depth);
+        ccRecTestNode* next = n->link;
+        delete n;
+        n = next;
+      }
+      return wrong.empty() ? "depth " + std::to_string(depth) : wrong;
+    });
+    EXPECT_EQ(outcome, "depth " + std::to_string(kDepth)) << (seekable ? "seekable" : "plain");
+  }
 }
 
 TEST(DamagedInput, TruncatedAndLoopingArchivesRaiseTypedErrors) {
