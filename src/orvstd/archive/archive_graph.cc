@@ -19,14 +19,29 @@ constexpr unsigned char kEmbeddedPrefix[4] = {0xF1, 0x66, 0x4B, 0xDF};
 // the caller's own frames need room too.
 constexpr std::size_t kStackForOneMoreLevel = 256 * 1024;
 
-void linkParent(cc_ArchiveRep& rep, ccPersistent* obj) {
-  if (rep.current == nullptr) return;  // a pointer at top level links nothing
-  auto parent = rep.byAddress.find(rep.current);
-  auto child = rep.byAddress.find(obj);
-  cmAssert(parent != rep.byAddress.end() && child != rep.byAddress.end());
-  parent->second.children.insert(obj);
-  child->second.parents.insert(rep.current);
-}
+
+// Makes a just-known object the one whose body is being written or read,
+// so the pointers in it are listed as its own; puts the outer one back.
+class CurrentGuard {
+ public:
+  CurrentGuard(cc_ArchiveRep& rep, cc_SI const& entered)
+      : rep_(rep), savedObject_(rep.current), savedGeneration_(rep.currentGeneration) {
+    rep.current = entered.object;
+    rep.currentGeneration = entered.generation;
+  }
+  ~CurrentGuard() { leave(); }
+  CurrentGuard(CurrentGuard const&) = delete;
+  CurrentGuard& operator=(CurrentGuard const&) = delete;
+  void leave() {
+    rep_.current = savedObject_;
+    rep_.currentGeneration = savedGeneration_;
+  }
+
+ private:
+  cc_ArchiveRep& rep_;
+  ccPersistent* savedObject_;
+  c_UInt64 savedGeneration_;
+};
 
 // The end of a record read from the file. A size that runs past every
 // position is damage, and must not overflow on the way.
@@ -83,7 +98,7 @@ c_Int32 cc_ArchiveRep::storeObject(ccPersistent* obj) {
   ccArchive& ar = *owner;
   cmAssert(obj != nullptr && ar.isStoring());
   cc_ArchiveListLock lock;
-  if (auto known = byAddress.find(obj); known != byAddress.end()) return known->second.id;
+  if (cc_SI const* si = known(obj)) return si->id;
   // A graph nested deeper than this thread's stack can take is refused
   // before anything of this object is written; the records above it are
   // unlinked by the usual failure path.
@@ -93,17 +108,11 @@ c_Int32 cc_ArchiveRep::storeObject(ccPersistent* obj) {
   c_Int32 const id = nextObjectId++;
   IO::writeObjectRecord(ar, id, cf_CanonicalTypeName(typeid(*obj)));
   if (ar.isSeekable()) IO::link(ar, IO::eObjects, start);
-  cc_SI si;
-  si.id = id;
-  si.object = obj;
-  byId[id] = si;
-  byAddress[obj] = si;
-  ccPersistent* const saved = current;
-  current = obj;
+  CurrentGuard inside(*this, know(obj, id));
   try {
     obj->serialize(ar, 0);
   } catch (ccException const&) {
-    current = saved;
+    inside.leave();
     try {
       ar.seek(start);
       if (ar.isSeekable()) IO::unlink(ar, IO::eObjects, start, true);
@@ -112,7 +121,7 @@ c_Int32 cc_ArchiveRep::storeObject(ccPersistent* obj) {
     forget(obj, true);
     throw;
   }
-  current = saved;
+  inside.leave();
   cf_ArchiveBind(obj);
   if (ar.isSeekable()) finishRecord(ar, *this, start, lastPointerBefore);
   return id;
@@ -140,13 +149,14 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
       writeRecord(0, 0);
       return;
     }
-    auto known = rep.byAddress.find(in);
-    if (known == rep.byAddress.end()) {
+    cc_SI* child = rep.known(in);
+    if (child == nullptr) {
       c_Int32 const id = rep.nextObjectId;
       writeRecord(id, 1);
       try {
         c_Int32 const stored = rep.storeObject(in);
         cmAssert(stored == id);
+        child = rep.knownById(id);
       } catch (ccException const&) {
         try {
           dropPointer(ar, rep, at, lastBefore);
@@ -156,9 +166,9 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
         throw;
       }
     } else {
-      writeRecord(known->second.id, 0);
+      writeRecord(child->id, 0);
     }
-    linkParent(rep, in);
+    rep.linkParent(child);
     return;
   }
 
@@ -167,15 +177,16 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
   IO::PointerRecord const p = IO::readPointer(ar);
   if (p.id == 0) return;
   ccPersistent* obj = nullptr;
-  bool const wasKnown = rep.byId.count(p.id) != 0;
-  if (auto known = rep.byId.find(p.id); known != rep.byId.end()) {
-    obj = known->second.object;
+  cc_SI* child = rep.knownById(p.id);
+  bool const wasKnown = child != nullptr;
+  if (wasKnown) {
+    obj = child->object;
     if (rep.hasFailed(obj)) throw ccArchive::NotFound("archutil", 1983);
     if (p.flag == 1) skipObjectRecord(ar);  // already loaded through another path
   } else if (p.flag == 1) {
     Pos const after = ar.tell();
     try {
-      obj = rep.loadObjectHere();
+      obj = rep.loadObjectHere(&child);
     } catch (ccException const&) {
       // Leave the stream after the failed object, so a caller that catches
       // can go on reading.
@@ -195,18 +206,18 @@ void ccPersistent::serializePointer(ccArchive& ar, ccPersistent* in, ccPersisten
     Pos const where = ar.findObject(p.id);
     if (!ccArchive::isValid(where)) throw ccArchive::NotFound("archutil", 1986);
     IO::PositionGuard at(ar, where);
-    obj = rep.loadObjectHere();
+    obj = rep.loadObjectHere(&child);
   }
   if (p.flag == 2) skipObjectRecord(ar);
   cmAssert(obj != nullptr);
   if (!wasKnown) rep.freshFromLastPointer = obj;
   out = obj;
-  linkParent(rep, obj);
+  rep.linkParent(child);
 }
 
 // Loading --------------------------------------------------------------------------------
 
-ccPersistent* cc_ArchiveRep::loadObjectHere() {
+ccPersistent* cc_ArchiveRep::loadObjectHere(cc_SI** entry) {
   ccArchive& ar = *owner;
   cmAssert(ar.isLoading());
   cc_ArchiveListLock lock;
@@ -215,16 +226,13 @@ ccPersistent* cc_ArchiveRep::loadObjectHere() {
   // Every nested object costs stack: a file nested deeper than this thread
   // can take is refused before it overflows.
   if (ksys_stack_headroom() < kStackForOneMoreLevel) throw ccArchive::BadContent("archutil", 2226);
-  if (byId.count(r.header.number)) throw ccArchive::Duplicate("archutil", 2222);
+  if (knownById(r.header.number) != nullptr) throw ccArchive::Duplicate("archutil", 2222);
   ccPersistent* obj = r.make();
   if (obj == nullptr) throw ccArchive::BadType("archutil", 2224);
-  cc_SI si;
-  si.id = r.header.number;
-  si.object = obj;
-  byId[si.id] = si;
-  byAddress[obj] = si;
-  ccPersistent* const saved = current;
-  current = obj;
+  cc_SI const& si = know(obj, r.header.number);
+  auto const slot = static_cast<std::size_t>(&si - entries.data());
+  c_UInt64 const generation = si.generation;
+  CurrentGuard inside(*this, si);
   std::size_t const outer = loading.size();
   loading.push_back(obj);
   try {
@@ -232,16 +240,20 @@ ccPersistent* cc_ArchiveRep::loadObjectHere() {
     // A newer writer may have added fields: skip whatever this reader left.
     if (ar.isSeekable()) ar.seek(endOf(r));
   } catch (...) {
-    current = saved;
+    inside.leave();
     // Known until the archive goes, then deleted: this object and all that
     // loaded under it, which may point to it and which the caller never gets.
     failed.insert(failed.end(), loading.begin() + static_cast<std::ptrdiff_t>(outer), loading.end());
     loading.resize(outer);
     throw;
   }
-  current = saved;
+  inside.leave();
   if (outer == 0) loading.clear();  // the whole graph is the caller's now
   cf_ArchiveBind(obj);
+  if (entry != nullptr) {
+    cc_SI& e = entries[slot];
+    *entry = e.object == obj && e.generation == generation ? &e : nullptr;
+  }
   return obj;
 }
 

@@ -213,10 +213,22 @@ cc_ArchiveIO::ObjectRecord cc_ArchiveIO::readObjectRecord(ccArchive& ar, bool re
   r.hasType = true;
   // One old template name is migrated; whatever followed it is dropped.
   if (auto pos = name.find("<c_UInt8>"); pos != std::string::npos) name.replace(pos, std::string::npos, "<unsigned char>");
-  r.storedName = name;
-  r.nativeName = ccDevEnv::nativeTypeName(name);
-  r.make = cf_LookupType(r.nativeName);
-  if (resolveType && r.make == nullptr) throw ccArchive::UnknownType(name, "archutil", 2136);
+  cc_ArchiveRep& known = rep(ar);
+  if (known.lastMake != nullptr && name == known.lastStoredName) {
+    r.nativeName = known.lastNativeName;
+    r.make = known.lastMake;
+  } else {
+    r.nativeName = ccDevEnv::nativeTypeName(name);
+    r.make = cf_LookupType(r.nativeName);
+    // Only a resolved name is kept: a type may be registered later.
+    if (r.make != nullptr) {
+      known.lastStoredName = name;
+      known.lastNativeName = r.nativeName;
+      known.lastMake = r.make;
+    }
+  }
+  r.storedName = std::move(name);
+  if (resolveType && r.make == nullptr) throw ccArchive::UnknownType(r.storedName, "archutil", 2136);
   return r;
 }
 

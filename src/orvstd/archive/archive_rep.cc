@@ -80,13 +80,30 @@ void cf_ArchiveUnbind(ccPersistent* obj) {
   if (obj->bound_.exchange(false, std::memory_order_relaxed)) cf_ArchiveCountDown();
 }
 
-cc_ArchiveListLock::cc_ArchiveListLock() {
+namespace {
+// How deep this thread is inside the list lock. Graph work nests it once
+// or twice per object: only the outermost level takes the section and the
+// count, the inner ones only count here.
+thread_local int tListLockDepth = 0;
+}  // namespace
+
+cc_ArchiveListLock::cc_ArchiveListLock() : section_(nullptr) {
+  if (tListLockDepth++ > 0) return;
   cf_ArchiveCountUp();
-  section_ = gSection.load(std::memory_order_acquire);
-  section_->lock();
+  ccCriticalSection* const section = gSection.load(std::memory_order_acquire);
+  try {
+    section->lock();
+  } catch (...) {
+    --tListLockDepth;
+    cf_ArchiveCountDown();
+    throw;
+  }
+  section_ = section;
 }
 
 cc_ArchiveListLock::~cc_ArchiveListLock() {
+  --tListLockDepth;
+  if (section_ == nullptr) return;
   section_->unlock();
   cf_ArchiveCountDown();
 }
@@ -103,7 +120,9 @@ cc_ArchiveRep::~cc_ArchiveRep() {
   {
     cc_ArchiveListLock lock;
     // Every object this archive knows leaves with it.
-    for (auto& known : byAddress) cf_ArchiveUnbind(known.first);
+    for (cc_SI const& si : entries)
+      if (si.object != nullptr) cf_ArchiveUnbind(si.object);
+    entries.clear();
     byAddress.clear();
     byId.clear();
     liveReps().remove(this);
@@ -112,30 +131,94 @@ cc_ArchiveRep::~cc_ArchiveRep() {
   cf_ArchiveCountDown();
 }
 
+namespace {
+constexpr c_UInt32 kNoLink = 0xFFFFFFFFu;
+}
+
 void cc_ArchiveRep::forget(ccPersistent* obj, bool leaving) {
   // Everything that refers to a changed object must be written again, at
   // every level. A work list instead of recursion: a chain may be
   // thousands of objects long.
-  std::vector<ccPersistent*> work{obj};
+  std::vector<std::pair<ccPersistent*, c_UInt64>> work{{obj, 0}};
   while (!work.empty()) {
-    ccPersistent* const o = work.back();
+    auto const [o, generation] = work.back();
     work.pop_back();
-    auto it = byAddress.find(o);
-    if (it == byAddress.end()) continue;
-    for (ccPersistent* child : it->second.children) {
-      auto c = byAddress.find(child);
-      cmAssert(c != byAddress.end());
-      c->second.parents.erase(o);
+    cc_SI* const si = known(o);
+    // Gone already, or known again since it pointed here: not a parent now.
+    if (si == nullptr || (generation != 0 && si->generation != generation)) continue;
+    for (c_UInt32 l = si->firstParent; l != kNoLink;) {
+      cc_ParentLink& link = links[l];
+      work.emplace_back(link.parent, link.generation);
+      c_UInt32 const next = link.next;
+      link.next = freeLinks;
+      freeLinks = l;
+      l = next;
     }
-    for (ccPersistent* parent : it->second.parents) {
-      auto p = byAddress.find(parent);
-      if (p != byAddress.end()) p->second.children.erase(o);
-      work.push_back(parent);
-    }
-    byId.erase(it->second.id);
-    byAddress.erase(it);
+    c_UInt32 const slot = byAddress.find(o);
+    byAddress.erase(o);
+    byId.erase(si->id);
+    *si = cc_SI{};
+    freeSlots.push_back(slot);
   }
   if (leaving) cf_ArchiveUnbind(obj);
+}
+
+cc_SI& cc_ArchiveRep::know(ccPersistent* obj, c_Int32 id) {
+  // A live object is never known twice: a dead one's destructor made every
+  // archive forget it. Should an address come again anyway, it is a new object.
+  if (byAddressBuilt && known(obj) != nullptr) forget(obj, false);
+  c_UInt32 slot;
+  if (!freeSlots.empty()) {
+    slot = freeSlots.back();
+    freeSlots.pop_back();
+  } else {
+    cmAssert(entries.size() < kNoLink);
+    slot = static_cast<c_UInt32>(entries.size());
+    entries.emplace_back();
+  }
+  cc_SI& si = entries[slot];
+  si.id = id;
+  si.object = obj;
+  si.generation = nextGeneration++;
+  si.firstParent = kNoLink;
+  if (byAddressBuilt) byAddress.insert(obj, slot);
+  byId.insert(id, slot);
+  return si;
+}
+
+cc_SI* cc_ArchiveRep::known(ccPersistent const* obj) {
+  if (!byAddressBuilt) {
+    for (std::size_t slot = 0; slot < entries.size(); ++slot)
+      if (entries[slot].object != nullptr) byAddress.insert(entries[slot].object, static_cast<c_UInt32>(slot));
+    byAddressBuilt = true;
+  }
+  c_UInt32 const slot = byAddress.find(obj);
+  return slot == decltype(byAddress)::kNone ? nullptr : &entries[slot];
+}
+
+cc_SI* cc_ArchiveRep::knownById(c_Int32 id) {
+  c_UInt32 const slot = byId.find(id);
+  return slot == decltype(byId)::kNone ? nullptr : &entries[slot];
+}
+
+void cc_ArchiveRep::addParent(cc_SI& child, ccPersistent* parent, c_UInt64 generation) {
+  c_UInt32 l = freeLinks;
+  if (l != kNoLink) {
+    freeLinks = links[l].next;
+    links[l] = cc_ParentLink{parent, generation, child.firstParent};
+  } else {
+    cmAssert(links.size() < kNoLink);
+    l = static_cast<c_UInt32>(links.size());
+    links.push_back(cc_ParentLink{parent, generation, child.firstParent});
+  }
+  child.firstParent = l;
+}
+
+void cc_ArchiveRep::linkParent(cc_SI* child) {
+  // A pointer at top level links nothing; nor does one to an object that
+  // was forgotten while it loaded.
+  if (current == nullptr || child == nullptr) return;
+  addParent(*child, current, currentGeneration);
 }
 
 void ccArchive::mutating(ccPersistent* obj) {

@@ -1,6 +1,6 @@
 #include "orvstd/archive/persistent.h"
 
-#include <map>
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -12,16 +12,22 @@
 namespace {
 
 // One entry per ccPersistent::serialize in progress: the object and the
-// subobjects (address, size) already written or read for it.
+// subobjects (address, size) already written or read for it. An object has
+// a handful (its class and its bases), so a flat list searched in order is
+// the fastest set; entries are kept when popped so their lists are reused.
 struct VisitEntry {
   ccPersistent const* object;
-  std::map<std::pair<void const*, c_UInt64>, c_Int32> visited;
+  std::vector<std::pair<void const*, c_UInt64>> visited;
+};
+struct VisitStack {
+  std::vector<VisitEntry> entries;
+  std::size_t depth = 0;
 };
 
 // Both leaked on purpose: persistent statics may be destroyed after any
 // other static and must still find them.
-std::vector<VisitEntry>& visitStack() {
-  static auto* stack = new std::vector<VisitEntry>;
+VisitStack& visitStack() {
+  static auto* stack = new VisitStack;
   return *stack;
 }
 
@@ -51,29 +57,34 @@ void ccPersistent::serialize_(ccArchive&, unsigned char version) { cfCheckClassV
 void ccPersistent::exchangeVersion_(ccArchive& ar, unsigned char& version) { ar || version; }
 
 bool ccPersistent::haveVisited(void const* address, c_UInt64 size) {
-  auto& stack = visitStack();
-  cmAssert(!stack.empty());
-  auto const& visited = stack.back().visited;
-  return visited.find({address, size}) != visited.end();
+  VisitStack& stack = visitStack();
+  cmAssert(stack.depth > 0);
+  auto const& visited = stack.entries[stack.depth - 1].visited;
+  return std::find(visited.begin(), visited.end(), std::make_pair(address, size)) != visited.end();
 }
 
 void ccPersistent::setVisited(void const* address, c_UInt64 size) {
-  auto& stack = visitStack();
-  cmAssert(!stack.empty());
-  stack.back().visited.emplace(std::make_pair(address, size), 1);
+  VisitStack& stack = visitStack();
+  cmAssert(stack.depth > 0);
+  auto& visited = stack.entries[stack.depth - 1].visited;
+  if (std::find(visited.begin(), visited.end(), std::make_pair(address, size)) == visited.end())
+    visited.emplace_back(address, size);
 }
 
 void ccPersistent::serialize(ccArchive& ar, int reinit) {
   if (ar.isLoading() && reinit) reInit();
   ccLock lock(serializationMutex());
-  auto& stack = visitStack();
-  stack.push_back(VisitEntry{this, {}});
+  VisitStack& stack = visitStack();
+  if (stack.depth == stack.entries.size()) stack.entries.emplace_back();
+  VisitEntry& entry = stack.entries[stack.depth++];
+  entry.object = this;
+  entry.visited.clear();
   struct Pop {
-    std::vector<VisitEntry>& stack;
+    VisitStack& stack;
     ccPersistent const* self;
     ~Pop() {
-      cmAssert(!stack.empty() && stack.back().object == self);
-      stack.pop_back();
+      cmAssert(stack.depth > 0 && stack.entries[stack.depth - 1].object == self);
+      --stack.depth;
     }
   } pop{stack, this};
   dispatchSerialize(ar);

@@ -3,22 +3,35 @@
 #ifndef ORVSTD_ARCHIVE_INTERNAL_ARCHIVE_REP_H_
 #define ORVSTD_ARCHIVE_INTERNAL_ARCHIVE_REP_H_
 
-#include <map>
-#include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "orvstd/platform/resource.h"
 
 #include "orvstd/archive/archive.h"
+#include "orvstd/archive/internal/slot_index.h"
+#include "orvstd/archive/registry.h"
 #include "orvstd/platform/resource.h"
 
-// One object known to an archive, with the objects that point to it and
-// those it points to.
+// One object known to an archive. The objects that pointed to it when they
+// were written or read are a chain of parent links (see cc_ArchiveRep).
 struct cc_SI {
   c_Int32 id = 0;
+  c_UInt32 firstParent = 0xFFFFFFFFu;  // link index, or none
   ccPersistent* object = nullptr;
-  std::set<ccPersistent*> parents;
-  std::set<ccPersistent*> children;
+  c_UInt64 generation = 0;
+};
+
+// One pointer from `parent` to a known object. The parent is listed with
+// the generation its own entry had then: an entry forgotten and made again
+// later is a different entry, and a stale link to it is skipped, so chains
+// are never searched or pruned (a shared object may have a hundred thousand
+// parents).
+struct cc_ParentLink {
+  ccPersistent* parent;
+  c_UInt64 generation;
+  c_UInt32 next;
 };
 
 class cc_ArchiveRep {
@@ -33,13 +46,42 @@ class cc_ArchiveRep {
   void forget(ccPersistent* obj, bool leaving);
   // Writes `obj` as an object record with its body; returns its id.
   c_Int32 storeObject(ccPersistent* obj);
-  // Reads the object record at the current position and its body.
-  ccPersistent* loadObjectHere();
+  // Reads the object record at the current position and its body. With
+  // `entry`, also gives the new object's entry (null if it was forgotten
+  // while it loaded).
+  ccPersistent* loadObjectHere(cc_SI** entry = nullptr);
 
   ccArchive* owner;
-  std::map<c_Int32, cc_SI> byId;
-  std::map<ccPersistent*, cc_SI> byAddress;
+  // Makes `obj` known under `id`. The reference lasts until the next know().
+  cc_SI& know(ccPersistent* obj, c_Int32 id);
+  // The entry of a known object, by address or by id; null if unknown.
+  cc_SI* known(ccPersistent const* obj);
+  cc_SI* knownById(c_Int32 id);
+  std::size_t knownCount() const { return byId.size(); }
+  // Records that `parent`, whose entry has `generation`, points to `child`.
+  void addParent(cc_SI& child, ccPersistent* parent, c_UInt64 generation);
+  // Records that `current` points to the known object `child`.
+  void linkParent(cc_SI* child);
+
+  // Known objects live in slots; a forgotten object's slot is used again,
+  // and so are its parent links.
+  std::vector<cc_SI> entries;
+  std::vector<c_UInt32> freeSlots;
+  std::vector<cc_ParentLink> links;
+  c_UInt32 freeLinks = 0xFFFFFFFFu;
+  cc_IdSlotIndex byId;
+  // Built at the first lookup by address: a load that nobody changes in
+  // the meantime never needs it.
+  cc_SlotIndex<ccPersistent const*> byAddress;
+  bool byAddressBuilt = false;
+  c_UInt64 nextGeneration = 1;
+  // The object whose body is being written or read, and its entry's generation.
   ccPersistent* current = nullptr;
+  c_UInt64 currentGeneration = 0;
+  // The last type name read and what it resolved to: a graph is mostly
+  // many objects of few classes.
+  std::string lastStoredName, lastNativeName;
+  cc_MakeFn lastMake = nullptr;
   c_Int32 nextObjectId = 1;
   c_Int32 nextMarkNum = 1;
   ccArchive::Pos firstMark = ccArchive::invalidPos();
