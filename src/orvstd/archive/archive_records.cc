@@ -342,7 +342,9 @@ cc_ArchiveIO::PointerRecord cc_ArchiveIO::readPointer(ccArchive& ar) {
   r.next = linkTarget(r.start, raw.next);
   // The chain runs in stream order: anything else is damage (or a loop).
   if (isValid(r.next) && offsetOf(r.next) <= offsetOf(r.start)) throw ccArchive::BadContent("archutil", 925);
-  Pos const after = ar.tell();
+  // Where the record ends, without asking the stream (a virtual call).
+  Pos const after = plus(r.start, r.size);
+  bool moved = false;
   if (raw.wideLayout && raw.magicWide) {
     // Written after a promotion: the stored link is one record too far back.
     Pos const storedPrev = linkTarget(r.start, raw.prev);
@@ -351,6 +353,7 @@ cc_ArchiveIO::PointerRecord cc_ArchiveIO::readPointer(ccArchive& ar) {
     } else {
       if (offsetOf(storedPrev) >= offsetOf(r.start)) throw ccArchive::BadContent("archutil", 927);
       ar.seek(storedPrev);
+      moved = true;
       r.prev = linkTarget(storedPrev, readRawPointer(ar).next);
     }
   } else if (raw.magicWide) {
@@ -359,6 +362,7 @@ cc_ArchiveIO::PointerRecord cc_ArchiveIO::readPointer(ccArchive& ar) {
     // against the same start, so the link comes out right.
     if (!isValid(r.next)) throw ccArchive::BadContent("archutil", 929);
     ar.seek(r.next);
+    moved = true;
     RawPointer const following = readRawPointer(ar);
     if (!following.wideLayout) throw ccArchive::BadContent("archutil", 931);
     r.prev = linkTarget(following.start, following.prev);
@@ -366,7 +370,7 @@ cc_ArchiveIO::PointerRecord cc_ArchiveIO::readPointer(ccArchive& ar) {
     r.prev = linkTarget(r.start, raw.prev);
   }
   if (isValid(r.prev) && offsetOf(r.prev) >= offsetOf(r.start)) throw ccArchive::BadContent("archutil", 932);
-  if (ar.tell() != after) ar.seek(after);
+  if (moved) ar.seek(after);
   return r;
 }
 
