@@ -10,11 +10,12 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "orvstd/math/testing/hashed_entries.h"
 
 namespace {
 
@@ -56,13 +57,6 @@ double backwardBound(int size, double norm) {
   return kBackward * size * DBL_EPSILON * norm + size * std::numeric_limits<double>::denorm_min();
 }
 
-// The entries of gen_nm_decompose.py's hashed(), bit for bit.
-double hashed(int cols, int i, int j, unsigned seed) {
-  std::uint64_t const k =
-      (static_cast<std::uint64_t>(i) * cols + j + seed) * 2654435761u % (std::uint64_t{1} << 32);
-  return static_cast<double>(k) / 4294967296.0 - 0.5;
-}
-
 // A dense matrix with the row pointers the routines take.
 class RowMatrix {
  public:
@@ -89,7 +83,7 @@ class RowMatrix {
 RowMatrix matrixOf(int rows, int cols, unsigned seed, double const* a) {
   RowMatrix m(rows, cols);
   for (int i = 0; i < rows; ++i)
-    for (int j = 0; j < cols; ++j) m(i, j) = a ? a[i * cols + j] : hashed(cols, i, j, seed);
+    for (int j = 0; j < cols; ++j) m(i, j) = a ? a[i * cols + j] : cfHashedEntry(cols, i, j, seed);
   return m;
 }
 
@@ -303,7 +297,7 @@ Routine const kRoutines[] = {
 RowMatrix scaleTestMatrix() {
   RowMatrix a(6, 6);
   for (int i = 0; i < 6; ++i)
-    for (int j = 0; j <= i; ++j) a(i, j) = a(j, i) = hashed(6, i, j, 3) + (i == j ? 0.4 : 0);
+    for (int j = 0; j <= i; ++j) a(i, j) = a(j, i) = cfHashedEntry(6, i, j, 3) + (i == j ? 0.4 : 0);
   return a;
 }
 
