@@ -60,6 +60,7 @@
 #include "orvstd/cfit/ls_fitters.h"
 #include "orvstd/cfit/fit_defs.h"
 #include "orvstd/cfit/ls_general_fitter.h"
+#include "orvstd/cfit/plane_map.h"
 #include "orvstd/shapes/shapes_error.h"
 #include "orvstd/shapes/affine_rectangle.h"
 #include "orvstd/rpc/rpc.h"

@@ -7,6 +7,7 @@
 #include "orvstd/except/assert.h"
 #include "orvstd/math/storage_pool.h"
 #include "orvstd/math/xform_composed.h"
+#include "orvstd/math/xform_poly.h"
 
 // cc2XformBase -----------------------------------------------------------------
 
@@ -69,6 +70,12 @@ cc2XformLinear cc2XformLinear::linearXform(ccVector<2> const&) const { return *t
 
 cc2XformBasePtrh cc2XformLinear::composeBase(cc2XformBase const& right) const {
   if (right.isLinear()) return new cc2XformLinear(xform_ * right.linearXform(ccVector<2>(0, 0)).xform_);
+  if (auto const* poly = dynamic_cast<cc2XformPoly const*>(&right)) {
+    auto* absorbed = new cc2XformPoly(*poly);
+    cc2XformBasePtrh result(absorbed);
+    absorbed->leftCompose_(*this);
+    return result;
+  }
   return cc2XformBase::composeBase(right);
 }
 
