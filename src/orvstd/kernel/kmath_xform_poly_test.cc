@@ -62,6 +62,10 @@ Fit fitCount(std::vector<kmath_vect> const& from, std::vector<kmath_vect> const&
 }
 
 Fit fit(std::vector<kmath_vect> const& from, std::vector<kmath_vect> const& to, int order) {
+  if (from.size() != to.size()) {
+    ADD_FAILURE() << "point lists of different sizes";
+    return Fit{0, nullptr, 0};
+  }
   return fitCount(from, to, order, static_cast<c_Int32>(from.size()));
 }
 
@@ -361,7 +365,7 @@ TEST(KernelPolyFit, NoFitForTooFewOrDegeneratePoints) {
   std::vector<kmath_vect> const three = {{0, 0}, {1, 0}, {0, 1}};
   expectNoFit({{0, 0}, {1, 0}}, {{0, 0}, {1, 0}}, 1);                   // two pairs
   expectNoFit(three, three, 2);                                         // order 2 needs six
-  expectNoFit({{0, 0}, {1, 1}, {2, 2}, {5, 5}}, three, 1);              // collinear
+  expectNoFit({{0, 0}, {1, 1}, {2, 2}, {5, 5}}, {{0, 0}, {1, 0}, {0, 1}, {4, 4}}, 1);  // collinear
   expectNoFit({{3, 3}, {3, 3}, {3, 3}, {3, 3}}, {{0, 0}, {1, 0}, {0, 1}, {2, 2}}, 1);  // one point
   // Six points on the unit circle: a conic, so degree 2 is not determined.
   std::vector<kmath_vect> circle, images;

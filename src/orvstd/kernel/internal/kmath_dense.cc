@@ -36,7 +36,14 @@ bool kxSvd::decompose(kxRowTriangle const& t) {
       v_[i][j] = i == j ? 1.0 : 0.0;
     }
   // Hestenes: rotate pairs of columns until all are orthogonal to working
-  // precision; the column norms are then the singular values.
+  // precision; the column norms are then the singular values. A column
+  // below rounding level of the whole matrix is a null direction: its
+  // products with the others are noise, and rotating against it would
+  // never settle.
+  double frobenius = 0;
+  for (int i = 0; i < n_; ++i)
+    for (int j = 0; j < n_; ++j) frobenius += w_[i][j] * w_[i][j];
+  double const negligible = frobenius * (DBL_EPSILON * DBL_EPSILON);
   bool settled = false;
   for (int sweep = 0; sweep < 64 && !settled; ++sweep) {
     settled = true;
@@ -49,6 +56,7 @@ bool kxSvd::decompose(kxRowTriangle const& t) {
           gamma += w_[i][p] * w_[i][q];
         }
         // Written so that a NaN never asks for a rotation.
+        if (!(alpha > negligible && beta > negligible)) continue;
         if (!(std::fabs(gamma) > DBL_EPSILON * std::sqrt(alpha * beta))) continue;
         settled = false;
         double const zeta = (beta - alpha) / (2 * gamma);

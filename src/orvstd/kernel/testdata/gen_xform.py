@@ -17,7 +17,11 @@ Every number is written with repr (17 significant digits). Line forms:
       cv2.getPerspectiveTransform from the unit square (0,0),(1,0),(1,1),(0,1)
       to the four points
   perspn <n> x0 y0 X0 Y0 .. h0..h8
-      cv2.findHomography(from, to, 0) on exact data
+      cv2.findHomography(from, to, 0) on exact data. OpenCV works on
+      single-precision points, so the source points are whole pixels and
+      the images are rounded to single precision before either side sees
+      them: four pairs then have one exact solution, more pairs lie on a
+      transform to single precision
 """
 import cv2
 import numpy as np
@@ -85,9 +89,9 @@ def apply(h, p):
 
 
 def perspn(h, n):
-    src = np.stack([rng.uniform(0, 640, n), rng.uniform(0, 480, n)], axis=1)
-    dst = apply(h, src)
-    found, _ = cv2.findHomography(src, dst, 0)
+    src = np.stack([rng.integers(0, 640, n), rng.integers(0, 480, n)], axis=1).astype(np.float64)
+    dst = apply(h, src).astype(np.float32).astype(np.float64)
+    found, _ = cv2.findHomography(src.astype(np.float32), dst.astype(np.float32), 0)
     print(f'perspn {n} {pairs(src, dst)} ' + ' '.join(r(v) for v in found.ravel()))
 
 
