@@ -53,6 +53,8 @@
 #include "orvstd/math/xform_base.h"
 #include "orvstd/math/xform_composed.h"
 #include "orvstd/math/xform_cache.h"
+#include "orvstd/math/xform_perspective.h"
+#include "orvstd/math/xform_exchange.h"
 #include "orvstd/math/statistics.h"
 #include "orvstd/math/robust_fit_defs.h"
 #include "orvstd/math/nmmatrix.h"
