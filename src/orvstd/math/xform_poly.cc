@@ -153,7 +153,7 @@ ccVector<2> cc2XformPoly::mapPoint(ccVector<2> const& p) const {
   if (order_ == 1) return pre_.mapPoint(p);
   ccVector<2> const q = hasPre_ ? pre_.mapPoint(p) : p;
   kmath_vect r{};
-  cfThrowExceptionOnFailure(kmath_xformPolyMapPoint_(block_.data(), order_, q, &r));
+  if (c_Int32 const rc = kmath_xformPolyMapPoint_(block_.data(), order_, q, &r); rc < 0) cfThrowExceptionOnFailure(rc);
   return hasPost_ ? post_.mapPoint(r) : ccVector<2>(r);
 }
 
