@@ -368,7 +368,8 @@ TEST(PlaneMapArchive, RoundTripsAndDamage) {
         ccPtrHandle<cc2DMap> loaded;
         in || loaded;
         ASSERT_TRUE(loaded);
-        EXPECT_EQ(typeid(*loaded), typeid(*original));
+        cc2DMap const &l = *loaded, &o = *original;
+        EXPECT_EQ(typeid(l), typeid(o));
         EXPECT_EQ(loaded->isValid(), original->isValid());
         if (!original->isValid()) continue;
         for (auto const& [p, q] : c.ab) EXPECT_EQ(apply(*loaded, p), apply(*original, p));

@@ -68,7 +68,8 @@ TEST(Xform2Archive, EveryClassRoundTripsThroughBaseHandles) {
   for (auto const& original : cases) {
     for (auto const& loaded : roundTripHandles(original)) {
       ASSERT_TRUE(loaded);
-      EXPECT_EQ(typeid(*loaded), typeid(*original));
+      cc2XformBase const &l = *loaded, &o = *original;
+      EXPECT_EQ(typeid(l), typeid(o));
       EXPECT_NE(loaded.get(), original.get());
       expectSameMap(*original, *loaded);
     }
