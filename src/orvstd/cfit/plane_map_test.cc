@@ -17,6 +17,7 @@
 #include "orvstd/archive/testing/record_bytes.h"
 #include "orvstd/cfit/ls_fitters.h"
 #include "orvstd/math/testing/poly_fits_reference.h"
+#include "orvstd/math/testing/xform_testing.h"
 
 namespace {
 
@@ -28,14 +29,6 @@ using Points = std::vector<V2>;
 
 double const kInf = HUGE_VAL;
 double const kNaN = std::numeric_limits<double>::quiet_NaN();
-
-Points randomPoints(int n, unsigned seed) {
-  std::mt19937_64 rng(seed);
-  std::uniform_real_distribution<double> u(-100, 100);
-  Points pts;
-  for (int i = 0; i < n; ++i) pts.emplace_back(u(rng), u(rng));
-  return pts;
-}
 
 Points mapped(X2 const& x, Points const& pts) {
   Points out;
@@ -165,7 +158,7 @@ TEST(PlaneMapInvalid, EveryUseIsRefused) {
 
 TEST(PlaneMapLinear, FitRecoversAffineMapsAndRefusesWhatItCannot) {
   X2 const truth(M2(1.5, -0.25, 0.5, 0.75), V2(10, -20));
-  Points const from = randomPoints(20, 1);
+  Points const from = randomPoints(20, 1, 100);
   // The first list onto the second, as the fitter is given them (from, to).
   cc2DLinearMap const fit(from, mapped(truth, from));
   ASSERT_TRUE(fit.isValid());
@@ -234,7 +227,7 @@ TEST(PlaneMapPolynomial, FitsAgreeWithNumpyForOrdersOneToFive) {
 }
 
 TEST(PlaneMapPolynomial, CountsSizesAndOrdersLeaveItInvalid) {
-  Points const pts = randomPoints(30, 2);
+  Points const pts = randomPoints(30, 2, 100);
   X2 const x(M2(1, 0.5, -0.5, 1), V2(3, 4));
   Points const img = mapped(x, pts);
   int const terms[] = {3, 6, 10, 15, 21};

@@ -97,12 +97,6 @@ void cc2XformLinear::serialize_(ccArchive& ar, unsigned char version) {
   if (ar.isLoading()) xform_ = ccXform<2>(m, t);
 }
 
-ccPersistent* cc2XformLinear::make() {
-  try {
-    return new cc2XformLinear;
-  } catch (std::bad_alloc const&) {
-    return nullptr;
-  }
-}
+ccPersistent* cc2XformLinear::make() { return cf_MakeOrNull<cc2XformLinear>(); }
 
 cc_Instantiator const cc2XformLinear::instantiator_{typeid(cc2XformLinear), &cc2XformLinear::make};

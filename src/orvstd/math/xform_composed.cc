@@ -172,12 +172,6 @@ void cc2XformComposed::loadElements_(ccArchive& ar) {
   }
 }
 
-ccPersistent* cc2XformComposed::make() {
-  try {
-    return new cc2XformComposed;
-  } catch (std::bad_alloc const&) {
-    return nullptr;
-  }
-}
+ccPersistent* cc2XformComposed::make() { return cf_MakeOrNull<cc2XformComposed>(); }
 
 cc_Instantiator const cc2XformComposed::instantiator_{typeid(cc2XformComposed), &cc2XformComposed::make};

@@ -193,12 +193,6 @@ void cc2XformPerspective::serialize_(ccArchive& ar, unsigned char version) {
   check(kmath_xformPerspective_constructMatrix(k_, values));
 }
 
-ccPersistent* cc2XformPerspective::make() {
-  try {
-    return new cc2XformPerspective;
-  } catch (std::bad_alloc const&) {
-    return nullptr;
-  }
-}
+ccPersistent* cc2XformPerspective::make() { return cf_MakeOrNull<cc2XformPerspective>(); }
 
 cc_Instantiator const cc2XformPerspective::instantiator_{typeid(cc2XformPerspective), &cc2XformPerspective::make};

@@ -12,6 +12,7 @@
 
 #include "orvstd/archive/testing/record_bytes.h"
 #include "orvstd/math/testing/xform_archive.h"
+#include "orvstd/math/testing/xform_testing.h"
 #include "orvstd/math/testing/xform_warp.h"
 #include "orvstd/math/xform_composed.h"
 #include "orvstd/math/xform_defs.h"
@@ -35,36 +36,12 @@ V2 byHand(M3 const& h, V2 p) {
             (h.element(1, 0) * p.x() + h.element(1, 1) * p.y() + h.element(1, 2)) / w);
 }
 
-Points randomPoints(int n, unsigned seed, double range = 100) {
-  std::mt19937_64 rng(seed);
-  std::uniform_real_distribution<double> u(-range, range);
-  Points pts;
-  for (int i = 0; i < n; ++i) pts.emplace_back(u(rng), u(rng));
-  return pts;
-}
-
-M2 numericJacobian(cc2XformBase const& x, V2 const& p, double h = 1e-5) {
-  V2 const dx = (x.mapPoint(p + V2(h, 0)) - x.mapPoint(p - V2(h, 0))) / (2 * h);
-  V2 const dy = (x.mapPoint(p + V2(0, h)) - x.mapPoint(p - V2(0, h))) / (2 * h);
-  return M2(dx.x(), dy.x(), dx.y(), dy.y());
-}
-
-void expectJacobian(cc2XformBase const& x, V2 const& at, double tolerance) {
-  cc2XformLinear const l = x.linearXform(at);
-  V2 const image = x.mapPoint(at);
-  EXPECT_TRUE(cfRealEq(l.mapPoint(at), image, 1e-9 * (1 + image.len())));
-  M2 const j = numericJacobian(x, at);
-  for (int r = 0; r < 2; ++r)
-    for (int c = 0; c < 2; ++c)
-      EXPECT_NEAR(l.matrix().element(r, c), j.element(r, c), tolerance * (1 + std::fabs(j.element(r, c))));
-}
-
 TEST(Xform2Perspective, MatrixFormMapsAsWritten) {
   cc2XformPerspective const h(kH);
   EXPECT_EQ(h.matrix(), kH);
   EXPECT_FALSE(h.isLinear());
   EXPECT_FALSE(h.isSingular());
-  for (V2 const& p : randomPoints(20, 1)) EXPECT_TRUE(cfRealEq(h.mapPoint(p), byHand(kH, p), 1e-12));
+  for (V2 const& p : randomPoints(20, 1, 100)) EXPECT_TRUE(cfRealEq(h.mapPoint(p), byHand(kH, p), 1e-12));
   cc2XformPerspective const id;
   EXPECT_EQ(id.matrix(), M3());
   EXPECT_TRUE(id.isLinear());
@@ -88,11 +65,11 @@ TEST(Xform2Perspective, FromPointsAndTheirRefusals) {
   EXPECT_TRUE(cfRealEq(square.mapPoint(V2(0, 1)), p3, 1e-9));
   EXPECT_THROW(cc2XformPerspective(p0, p1, (p0 + p1) / 2.0, p3), ccMathError::Singular);
 
-  Points const from = randomPoints(12, 2);
+  Points const from = randomPoints(12, 2, 100);
   Points to;
   for (V2 const& p : from) to.push_back(byHand(kH, p));
   cc2XformPerspective const fit(from, to);
-  for (V2 const& p : randomPoints(20, 3)) EXPECT_TRUE(cfRealEq(fit.mapPoint(p), byHand(kH, p), 1e-8));
+  for (V2 const& p : randomPoints(20, 3, 100)) EXPECT_TRUE(cfRealEq(fit.mapPoint(p), byHand(kH, p), 1e-8));
   cc2XformPerspective const exact(kH);
   EXPECT_FALSE(fit == exact);  // rounding differs beyond 1e-15
   EXPECT_TRUE(fit == fit);
@@ -122,10 +99,10 @@ TEST(Xform2Perspective, FromPointsAndTheirRefusals) {
 
 TEST(Xform2Perspective, LinearisationInverseAndComposition) {
   cc2XformPerspective const h(kH);
-  for (V2 const& at : randomPoints(50, 4)) expectJacobian(h, at, 1e-6);
+  for (V2 const& at : randomPoints(50, 4, 100)) expectTangent(h, at, 1e-6);
   cc2XformBasePtrh const inv = h.inverseBase();
   ASSERT_NE(dynamic_cast<cc2XformPerspective const*>(inv.get()), nullptr);
-  for (V2 const& p : randomPoints(50, 5)) EXPECT_TRUE(cfRealEq(inv->mapPoint(h.mapPoint(p)), p, 1e-9));
+  for (V2 const& p : randomPoints(50, 5, 100)) EXPECT_TRUE(cfRealEq(inv->mapPoint(h.mapPoint(p)), p, 1e-9));
   EXPECT_THROW((void)cc2XformPerspective(M3(1, 2, 3, 2, 4, 6, 0, 0, 1)).inverseBase(), ccMathError::Singular);
 
   cc2XformLinear const l(M2(0, 1, -1, 0), V2(2, 2));
@@ -136,7 +113,7 @@ TEST(Xform2Perspective, LinearisationInverseAndComposition) {
     ASSERT_NE(composed, nullptr);
     EXPECT_EQ(composed->elements().size(), 2u);
   }
-  for (V2 const& p : randomPoints(10, 6)) {
+  for (V2 const& p : randomPoints(10, 6, 100)) {
     EXPECT_EQ(lh->mapPoint(p), l.mapPoint(h.mapPoint(p)));
     EXPECT_EQ(hl->mapPoint(p), h.mapPoint(l.mapPoint(p)));
   }
@@ -171,8 +148,8 @@ TEST(Xform2Chains, EveryKindInvertsAndLinearises) {
     EXPECT_TRUE(cfRealEq(inv->mapPoint(chain.mapPoint(p)), p, 1e-2 * (1 + p.len()))) << p.x() << "," << p.y();
   }
   for (V2 const& at : randomPoints(100, 9, 40)) {
-    expectJacobian(chain, at, 1e-5);
-    expectJacobian(*exactInv, exact.mapPoint(at), 1e-5);
+    expectTangent(chain, at, 1e-5);
+    expectTangent(*exactInv, exact.mapPoint(at), 1e-5);
   }
 }
 

@@ -296,12 +296,6 @@ void cc2XformPoly::serialize_(ccArchive& ar, unsigned char version) {
   *this = t;
 }
 
-ccPersistent* cc2XformPoly::make() {
-  try {
-    return new cc2XformPoly;
-  } catch (std::bad_alloc const&) {
-    return nullptr;
-  }
-}
+ccPersistent* cc2XformPoly::make() { return cf_MakeOrNull<cc2XformPoly>(); }
 
 cc_Instantiator const cc2XformPoly::instantiator_{typeid(cc2XformPoly), &cc2XformPoly::make};

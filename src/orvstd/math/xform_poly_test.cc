@@ -14,6 +14,7 @@
 #include "orvstd/cfit/plane_map.h"
 #include "orvstd/math/testing/poly_fits_reference.h"
 #include "orvstd/math/testing/xform_archive.h"
+#include "orvstd/math/testing/xform_testing.h"
 #include "orvstd/math/testing/xform_warp.h"
 #include "orvstd/math/xform_composed.h"
 
@@ -29,25 +30,11 @@ std::vector<csPolyFitReference> const& reference() {
   return cases;
 }
 
-Points randomPoints(int n, unsigned seed, double lo = -50, double hi = 50) {
-  std::mt19937_64 rng(seed);
-  std::uniform_real_distribution<double> u(lo, hi);
-  Points pts;
-  for (int i = 0; i < n; ++i) pts.emplace_back(u(rng), u(rng));
-  return pts;
-}
-
 template <class F>
 Points mappedBy(F const& f, Points const& pts) {
   Points out;
   for (V2 const& p : pts) out.push_back(f(p));
   return out;
-}
-
-M2 numericJacobian(cc2XformBase const& x, V2 const& p, double h = 1e-4) {
-  V2 const dx = (x.mapPoint(p + V2(h, 0)) - x.mapPoint(p - V2(h, 0))) / (2 * h);
-  V2 const dy = (x.mapPoint(p + V2(0, h)) - x.mapPoint(p - V2(0, h))) / (2 * h);
-  return M2(dx.x(), dy.x(), dx.y(), dy.y());
 }
 
 TEST(Xform2PolyErrors, NumbersAndFamily) {
@@ -61,7 +48,7 @@ TEST(Xform2PolyErrors, NumbersAndFamily) {
 // The checks run in a fixed order, so a call that breaks two rules gets
 // the earlier one's error.
 TEST(Xform2Poly, ConstructionChecksInOrder) {
-  Points const p30 = randomPoints(30, 1);
+  Points const p30 = randomPoints(30, 1, -50, 50);
   Points const p5(p30.begin(), p30.begin() + 5), p6(p30.begin(), p30.begin() + 6);
   Points const line{V2(0, 0), V2(1, 1), V2(2, 2), V2(3, 3)};
   struct Case {
@@ -138,12 +125,12 @@ TEST(Xform2Poly, AffineDataCollapsesToLinear) {
   // vanish, degree 2 stays. (The inverse of most quadratic maps is not a
   // polynomial, and then the inverse fit keeps every degree.)
   auto const quad = [](V2 p) { return V2(p.x() + 0.01 * p.y() * p.y(), p.y()); };
-  Points const q = randomPoints(40, 4);
+  Points const q = randomPoints(40, 4, -50, 50);
   cc2XformPoly const x(mappedBy(quad, q), q, 4);
   EXPECT_EQ(x.maxOrder(), 4);
   EXPECT_EQ(x.order(), 2);
   EXPECT_EQ(x.coefficientBlock().size(), 2u * 12 + 2 * 6);
-  for (V2 const& p : randomPoints(10, 5)) EXPECT_TRUE(cfRealEq(x.mapPoint(p), quad(p), 1e-9));
+  for (V2 const& p : randomPoints(10, 5, -50, 50)) EXPECT_TRUE(cfRealEq(x.mapPoint(p), quad(p), 1e-9));
 }
 
 TEST(Xform2Poly, LinearisationMatchesCentralDifferences) {
@@ -161,16 +148,7 @@ TEST(Xform2Poly, LinearisationMatchesCentralDifferences) {
       EXPECT_TRUE(wp->hasPre() && wp->hasPost());
     }
     for (cc2XformBase const* x : std::vector<cc2XformBase const*>{&plain, wrapped.get()}) {
-      for (auto const& pq : c.ba) {
-        V2 const at = pq.first;
-        cc2XformLinear const l = x->linearXform(at);
-        EXPECT_TRUE(cfRealEq(l.mapPoint(at), x->mapPoint(at), 1e-9 * (1 + at.len())));
-        M2 const j = numericJacobian(*x, at);
-        for (int r = 0; r < 2; ++r)
-          for (int k = 0; k < 2; ++k)
-            EXPECT_NEAR(l.matrix().element(r, k), j.element(r, k), 1e-6 * (1 + std::fabs(j.element(r, k))))
-                << c.order;
-      }
+      for (auto const& pq : c.ba) expectTangent(*x, pq.first, 1e-6, 1e-4);
     }
   }
 }
@@ -229,7 +207,7 @@ TEST(Xform2Poly, ConvertFromTwoMaps) {
   EXPECT_FALSE(y.hasPost());
   for (auto const& [p, q] : c.ba) EXPECT_TRUE(cfRealEq(y.mapPoint(p - V2(1, 2)), q, 1e-9));
   // Affine maps with transforms around them collapse: pre = last·L·first.
-  Points const b = randomPoints(10, 8);
+  Points const b = randomPoints(10, 8, -50, 50);
   ccXform<2> const affine(M2(2, 0, 0, 3), V2(1, 1));
   Points const a = mappedBy([&](V2 p) { return affine * p; }, b);
   cc2DPolynomialMap const f(b, a, 2), g(a, b, 2);
