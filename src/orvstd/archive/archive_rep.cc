@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "orvstd/except/assert.h"
+#include "orvstd/handle/repbase.h"
 #include "orvstd/kernel/ksys_sync.h"
 
 namespace {
@@ -126,7 +127,14 @@ cc_ArchiveRep::~cc_ArchiveRep() {
     byAddress.clear();
     byId.clear();
     liveReps().remove(this);
-    for (ccPersistent* obj : failed) delete obj;
+    // A failed object that a handle in another failed object holds goes
+    // with that handle's owner, not here: decide before deleting any.
+    std::vector<ccPersistent*> unowned;
+    for (ccPersistent* obj : failed) {
+      auto const* body = dynamic_cast<ccRepBase const*>(obj);
+      if (body == nullptr || body->refCount() == 0) unowned.push_back(obj);
+    }
+    for (ccPersistent* obj : unowned) delete obj;
   }
   cf_ArchiveCountDown();
 }

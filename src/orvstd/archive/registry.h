@@ -34,6 +34,17 @@ ccPersistent* cf_MakeNothrow() {
   return new (std::nothrow) T();
 }
 
+// The same for a class with an operator new of its own (a pool), which
+// hides the nothrow form: a failure to allocate gives null too.
+template <class T>
+ccPersistent* cf_MakeOrNull() {
+  try {
+    return new T();
+  } catch (std::bad_alloc const&) {
+    return nullptr;
+  }
+}
+
 struct cc_RegistryEntry {
   std::type_info const* type;
   cc_MakeFn make;

@@ -95,7 +95,9 @@ class cc_ArchiveRep {
   // Where the last mark and object searches ended; walks start there.
   ccArchive::Pos foundMark = ccArchive::invalidPos();
   ccArchive::Pos foundObject = ccArchive::invalidPos();
-  // Objects whose load failed: known until the archive goes, then deleted.
+  // Objects whose load failed: known until the archive goes, then deleted
+  // (a counted body only when no handle holds it: a failed object that
+  // holds it lets it go).
   // A pointer to one of them is NotFound: it is half made and not the
   // caller's.
   std::vector<ccPersistent*> failed;
