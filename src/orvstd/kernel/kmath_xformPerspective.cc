@@ -173,17 +173,6 @@ c_Int32 kmath_xformPerspective_getMatrix(kmath_xformPerspective const* self, dou
   return 0;
 }
 
-c_Int32 kmath_xformPerspective_mapPoint(kmath_xformPerspective const* self, kmath_vect in, kmath_vect* out) {
-  KSTD_ASSERT(self != nullptr && out != nullptr);
-  double const* h = self->h;
-  double const w = h[6] * in.x + h[7] * in.y + h[8];
-  if (w == 0) return kmath_mapsToInfinity;
-  kmath_vect const q{(h[0] * in.x + h[1] * in.y + h[2]) / w, (h[3] * in.x + h[4] * in.y + h[5]) / w};
-  if (std::isfinite(in.x) && std::isfinite(in.y) && !(std::isfinite(q.x) && std::isfinite(q.y)))
-    return kmath_mapsToInfinity;
-  *out = q;
-  return 0;
-}
 
 c_Int32 kmath_xformPerspective_getLinearXform(kmath_xformPerspective const* self, kmath_vect at,
                                               kmath_xformLinear* out) {
