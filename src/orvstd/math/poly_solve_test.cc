@@ -1,0 +1,289 @@
+#include "orvstd/math/poly_solve.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "orvstd/math/math_error.h"
+
+namespace {
+
+// One line of testdata/poly_solve_reference.txt (gen_poly_solve.py, numpy).
+struct ReferenceCase {
+  std::vector<double> coefficients;
+  std::vector<double> roots;  // real roots, ascending
+};
+
+std::vector<ReferenceCase> readReference(std::string const& kind) {
+  std::ifstream in(std::string(ORVSTD_TEST_DATA) + "/poly_solve_reference.txt");
+  std::vector<ReferenceCase> cases;
+  std::string line;
+  while (std::getline(in, line)) {
+    std::istringstream f(line);
+    std::string k;
+    int n = 0;
+    double count = 0;  // written as a float by the script
+    f >> k >> n;
+    if (k != kind) continue;
+    ReferenceCase c;
+    c.coefficients.resize(n);
+    for (double& x : c.coefficients) f >> x;
+    f >> count;
+    c.roots.resize(static_cast<std::size_t>(count));
+    for (double& x : c.roots) f >> x;
+    cases.push_back(c);
+  }
+  return cases;
+}
+
+std::string describe(std::vector<double> const& v) {
+  std::ostringstream os;
+  os.precision(17);
+  for (double x : v) os << x << ' ';
+  return os.str();
+}
+
+// Our roots come in formula order; numpy's are sorted. Relative tolerance.
+void expectRoots(std::vector<double> ours, std::vector<double> const& reference, double tol) {
+  ASSERT_EQ(ours.size(), reference.size()) << describe(ours);
+  std::sort(ours.begin(), ours.end());
+  for (std::size_t i = 0; i < ours.size(); ++i)
+    EXPECT_NEAR(ours[i], reference[i], tol * std::max(1.0, std::fabs(reference[i]))) << i;
+}
+
+// Every reported root really is one: the polynomial, highest power first,
+// nearly vanishes there relative to the size of its terms.
+void expectResidualsSmall(std::vector<double> const& coefficients, std::vector<double> const& roots) {
+  for (double x : roots) {
+    double value = 0, size = 0;
+    for (double c : coefficients) {
+      value = value * x + c;
+      size = size * std::fabs(x) + std::fabs(c);
+    }
+    EXPECT_LE(std::fabs(value), 1e-12 * size) << "root " << x;
+  }
+}
+
+TEST(PolySolveReference, AgreesWithNumpy) {
+  auto const quadratics = readReference("quadratic");
+  ASSERT_EQ(quadratics.size(), 10u);
+  for (auto const& c : quadratics) {
+    SCOPED_TRACE(describe(c.coefficients));
+    double r1 = 77, r2 = 77;
+    int const n = cfSolveQuadratic(c.coefficients[0], c.coefficients[1], c.coefficients[2], &r1, &r2);
+    ASSERT_EQ(n, static_cast<int>(c.roots.size()));
+    if (n == 0) {
+      EXPECT_EQ(r1, 77);  // left alone
+      EXPECT_EQ(r2, 77);
+    } else {
+      expectRoots({r1, r2}, c.roots, 1e-13);
+    }
+  }
+  auto const cubics = readReference("cubic");
+  ASSERT_EQ(cubics.size(), 11u);
+  for (auto const& c : cubics) {
+    SCOPED_TRACE(describe(c.coefficients));
+    std::vector<double> r(5, 77.0);
+    int const n = cfSolveCubic(c.coefficients[0], c.coefficients[1], c.coefficients[2], r);
+    EXPECT_EQ(static_cast<std::size_t>(n), r.size());
+    // The trigonometric form loses the small roots against a large a/3.
+    expectRoots(r, c.roots, 1e-14 * std::max(100.0, std::fabs(c.coefficients[0])));
+    expectResidualsSmall({1, c.coefficients[0], c.coefficients[1], c.coefficients[2]}, r);
+  }
+  auto const quartics = readReference("quartic");
+  ASSERT_EQ(quartics.size(), 12u);
+  for (auto const& c : quartics) {
+    SCOPED_TRACE(describe(c.coefficients));
+    auto const& k = c.coefficients;
+    std::vector<double> r(7, 77.0);
+    int const n = cfSolveQuartic(k[0], k[1], k[2], k[3], r);
+    EXPECT_EQ(static_cast<std::size_t>(n), r.size());
+    expectRoots(r, c.roots, 1e-9);  // through the resolvent cubic first
+    // Scaled by a leading coefficient and given to the degree dispatcher.
+    std::vector<double> s;
+    EXPECT_EQ(cfSolveMaxDegreeQuartic(-2, -2 * k[0], -2 * k[1], -2 * k[2], -2 * k[3], s), n);
+    expectRoots(s, c.roots, 1e-9);
+  }
+}
+
+TEST(SolveQuadratic, StatedRules) {
+  double r1 = 5, r2 = 6;
+  EXPECT_THROW(cfSolveQuadratic(0, 0, 1, &r1, &r2), ccMathError::Singular);
+  EXPECT_THROW(cfSolveQuadratic(0, 0, 0, &r1, &r2), ccMathError::Singular);
+  // Linear: one root, in both outputs.
+  EXPECT_EQ(cfSolveQuadratic(0, 4, -2, &r1, &r2), 1);
+  EXPECT_EQ(r1, 0.5);
+  EXPECT_EQ(r2, 0.5);
+  // A double root counts once and fills both outputs.
+  EXPECT_EQ(cfSolveQuadratic(1, -2, 1, &r1, &r2), 1);
+  EXPECT_EQ(r1, 1.0);
+  EXPECT_EQ(r2, 1.0);
+  // The larger root is q/a, the smaller c/q, whatever the sign of b.
+  EXPECT_EQ(cfSolveQuadratic(1, 3, 2, &r1, &r2), 2);
+  EXPECT_EQ(r1, -1.0);
+  EXPECT_EQ(r2, -2.0);
+  EXPECT_EQ(cfSolveQuadratic(1, -3, 2, &r1, &r2), 2);
+  EXPECT_EQ(r1, 2.0);
+  EXPECT_EQ(r2, 1.0);
+}
+
+TEST(SolveQuadratic, SlightlyNegativeDiscriminantIsADoubleRoot) {
+  // x^2 + 2x + c: disc = 4 - 4c exactly; the threshold is
+  // 100 * 4c * 2.22e-16, about 8.9e-14.
+  struct Case {
+    double c;
+    int count;
+  } const cases[] = {
+      {1 + 1e-14, 1},   // disc about -4.4e-14: inside the threshold
+      {1 + 2e-14, 1},   // about -8.4e-14
+      {1 + 3e-14, 0},   // about -1.2e-13: beyond it
+      {1 + 1e-12, 0},
+  };
+  for (auto const& c : cases) {
+    SCOPED_TRACE(c.c);
+    double r1 = 9, r2 = 9;
+    ASSERT_EQ(cfSolveQuadratic(1, 2, c.c, &r1, &r2), c.count);
+    EXPECT_EQ(r1, c.count ? -1.0 : 9.0);
+    EXPECT_EQ(r2, c.count ? -1.0 : 9.0);
+  }
+}
+
+TEST(SolveCubic, StatedRules) {
+  std::vector<double> r{1, 2, 3, 4};
+  EXPECT_EQ(cfSolveCubic(0, 0, 0, r), 3);
+  ASSERT_EQ(r.size(), 3u);
+  for (double x : r) EXPECT_EQ(x, 0.0);
+  // (x - 1)^2 (x - 2): the single root first, then the double one twice.
+  EXPECT_EQ(cfSolveCubic(-4, 5, -2, r), 3);
+  ASSERT_EQ(r.size(), 3u);
+  EXPECT_NEAR(r[0], 2, 1e-12);
+  EXPECT_NEAR(r[1], 1, 1e-12);
+  EXPECT_EQ(r[1], r[2]);
+  // (x + 3)^2 (x - 1): R < 0, so s < 0.
+  EXPECT_EQ(cfSolveCubic(5, 3, -9, r), 3);
+  EXPECT_NEAR(r[0], 1, 1e-12);
+  EXPECT_NEAR(r[1], -3, 1e-12);
+  EXPECT_EQ(r[1], r[2]);
+  // (x - 1)^2 (x + 2): Q = R = 1 exactly, s = 1.
+  EXPECT_EQ(cfSolveCubic(0, -3, 2, r), 3);
+  EXPECT_EQ(r, (std::vector<double>{-2, 1, 1}));
+  // Three distinct roots in the trigonometric order: (x-1)(x-2)(x-3) has
+  // R = 0, theta = pi/2, so 1, 3, 2.
+  EXPECT_EQ(cfSolveCubic(-6, 11, -6, r), 3);
+  EXPECT_NEAR(r[0], 1, 1e-14);
+  EXPECT_NEAR(r[1], 3, 1e-14);
+  EXPECT_NEAR(r[2], 2, 1e-14);
+  // One real root shrinks the vector.
+  EXPECT_EQ(cfSolveCubic(0, 0, -8, r), 1);
+  ASSERT_EQ(r.size(), 1u);
+  EXPECT_NEAR(r[0], 2, 1e-15);
+}
+
+TEST(SolveQuartic, StatedRules) {
+  std::vector<double> r{7};
+  // x^4 - 16 and x^4 - 1: the shortcut reports the positive root alone.
+  EXPECT_EQ(cfSolveQuartic(0, 0, 0, -16, r), 1);
+  ASSERT_EQ(r.size(), 1u);
+  EXPECT_EQ(r[0], 2.0);
+  EXPECT_EQ(cfSolveQuartic(0, 0, 0, -1, r), 1);
+  ASSERT_EQ(r.size(), 1u);
+  EXPECT_EQ(r[0], 1.0);
+  // x^4 + 16: nothing, and r is emptied.
+  EXPECT_EQ(cfSolveQuartic(0, 0, 0, 16, r), 0);
+  EXPECT_TRUE(r.empty());
+  // An exactly zero D2 and E2 pass neither test "> -|other|·1e-14", so a
+  // fourfold root is not reported.
+  r = {7};
+  EXPECT_EQ(cfSolveQuartic(0, 0, 0, 0, r), 0);
+  EXPECT_TRUE(r.empty());
+  EXPECT_EQ(cfSolveQuartic(-4, 6, -4, 1, r), 0);  // (x - 1)^4
+  // x^4 - 5x^2 + 4: resolvent roots 4, -4, -5; y = 4 gives R = 3, D = E = 1,
+  // so the order is 2, 1, -2, -1.
+  EXPECT_EQ(cfSolveQuartic(0, -5, 0, 4, r), 4);
+  ASSERT_EQ(r.size(), 4u);
+  EXPECT_EQ(r[0], 2.0);
+  EXPECT_EQ(r[1], 1.0);
+  EXPECT_EQ(r[2], -2.0);
+  EXPECT_EQ(r[3], -1.0);
+}
+
+TEST(SolveQuartic, DoubleRootsAreListedTwice) {
+  struct Case {
+    std::vector<double> c;         // a, b, c, d
+    std::vector<double> expected;  // ascending
+  } const cases[] = {
+      {{2, -3, -4, 4}, {-2, -2, 1, 1}},         // (x - 1)^2 (x + 2)^2
+      {{-2, -3, 4, 4}, {-1, -1, 2, 2}},         // (x + 1)^2 (x - 2)^2
+      {{-3, 1, 3, -2}, {-1, 1, 1, 2}},          // (x - 1)^2 (x + 1)(x - 2)
+      {{0, -2, 0, 1}, {-1, -1, 1, 1}},          // (x^2 - 1)^2
+      {{-2, 2, -2, 1}, {1, 1}},                 // (x - 1)^2 (x^2 + 1)
+  };
+  for (auto const& c : cases) {
+    SCOPED_TRACE(describe(c.c));
+    std::vector<double> r;
+    ASSERT_EQ(cfSolveQuartic(c.c[0], c.c[1], c.c[2], c.c[3], r), static_cast<int>(c.expected.size()));
+    expectRoots(r, c.expected, 1e-7);  // a double root is only good to about sqrt(eps)
+  }
+}
+
+TEST(FindMinQuartic, LeastMagnitudeEarlierOnATie) {
+  double x = 42;
+  EXPECT_EQ(cfFindMinQuartic(0, 0, 0, 16, &x), 0);
+  EXPECT_EQ(x, 42.0);  // untouched
+  EXPECT_EQ(cfFindMinQuartic(2, 3, 2, 1, &x), 0);  // (x^2 + x + 1)^2
+  EXPECT_EQ(x, 42.0);
+  // 2, 1, -2, -1 (see above): 1 and -1 tie, 1 comes first.
+  EXPECT_EQ(cfFindMinQuartic(0, -5, 0, 4, &x), 1);
+  EXPECT_EQ(x, 1.0);
+  // (x - 1)(x - 2)(x - 3)(x + 0.5): -0.5.
+  EXPECT_EQ(cfFindMinQuartic(-5.5, 8, -0.5, -3, &x), 1);
+  EXPECT_NEAR(x, -0.5, 1e-12);
+}
+
+TEST(SolveMaxDegreeQuartic, DegreeFromTheLeadingCoefficientsAboveTheLimit) {
+  std::vector<double> r{99};
+  // All zero: no degree, no root.
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 0, 0, 0, r), 0);
+  EXPECT_TRUE(r.empty());
+  // A constant alone has no root either.
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 0, 0, 3, r), 0);
+  EXPECT_TRUE(r.empty());
+  // Linear.
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 0, 2, -5, r), 1);
+  ASSERT_EQ(r.size(), 1u);
+  EXPECT_EQ(r[0], 2.5);
+  // Quadratic: r has size 2 even without a root.
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 1, 0, 1, r), 0);
+  EXPECT_EQ(r.size(), 2u);
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 1, -2, 1, r), 1);
+  ASSERT_EQ(r.size(), 2u);
+  EXPECT_EQ(r[0], 1.0);
+  EXPECT_EQ(r[1], 1.0);
+  // Leading terms at 1e-13 of the largest coefficient (3) are dropped; at
+  // 1e-11 they count.
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(3e-13, -3e-13, 1, -3, 2, r), 2);
+  expectRoots(r, {1, 2}, 1e-12);
+  // x^2 + x - 1 below the limit is linear; above it, the second root is
+  // about -1/c.
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 5e-13, 1, -1, r), 1);
+  ASSERT_EQ(r.size(), 1u);
+  EXPECT_EQ(r[0], 1.0);
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 5e-12, 1, -1, r), 2);
+  ASSERT_EQ(r.size(), 2u);
+  std::sort(r.begin(), r.end());
+  EXPECT_NEAR(r[0], -2e11, 1);
+  EXPECT_NEAR(r[1], 1, 1e-11);
+  // Cubic with a scale: 2(x - 1)(x - 2)(x - 3).
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 2, -12, 22, -12, r), 3);
+  expectRoots(r, {1, 2, 3}, 1e-12);
+  // The limit is relative: tiny polynomials keep their degree.
+  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 1e-100, -3e-100, 2e-100, r), 2);
+  expectRoots(r, {1, 2}, 1e-12);
+}
+
+}  // namespace
