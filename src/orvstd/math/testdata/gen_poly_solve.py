@@ -6,6 +6,10 @@ matrix), which shares nothing with the library's closed forms. Cases avoid
 repeated roots, where numpy splits a double root into a complex pair and
 the closed forms' own tolerances decide; the test checks those by hand.
 
+The least-squares minimum of an exponential fit comes from
+scipy.optimize.least_squares (MINPACK's Levenberg-Marquardt, checked
+against the trust-region reflective method), with the data it was fitted to.
+
 Run: /usr/bin/python3 gen_poly_solve.py > poly_solve_reference.txt
 
 Line form (numbers in repr, 17 significant digits):
@@ -14,6 +18,7 @@ Line form (numbers in repr, 17 significant digits):
       quartic: the monic lower coefficients), real roots ascending
 """
 import numpy as np
+from scipy.optimize import least_squares
 
 
 def emit(kind, coeffs, *rest):
@@ -73,6 +78,22 @@ QUARTICS = [
 ]
 
 
+def expfit():
+    t = 0.25 * np.arange(12)
+    y = 2.5 * np.exp(-1.3 * t) + 0.5 + 0.02 * np.sin(3.7 * np.arange(12) + 0.3)
+
+    def residuals(p):
+        return p[0] * np.exp(p[1] * t) + p[2] - y
+
+    tight = dict(xtol=1e-15, ftol=1e-15, gtol=1e-15, max_nfev=10000)
+    lm = least_squares(residuals, [1.0, -1.0, 0.0], method='lm', **tight)
+    trf = least_squares(residuals, [1.0, -1.0, 0.0], method='trf', **tight)
+    assert lm.success and trf.success
+    assert np.allclose(lm.x, trf.x, rtol=1e-9, atol=0)
+    points = ' '.join('%r %r' % (float(a), float(b)) for a, b in zip(t, y))
+    return ['expfit_data %d %s' % (len(t), points), emit('expfit_min', list(lm.x) + [2 * lm.cost])]
+
+
 def main():
     lines = []
     for q in QUADRATICS:
@@ -84,6 +105,7 @@ def main():
     for c in QUARTICS:
         r = real_roots([1] + list(c))
         lines.append(emit('quartic', c, len(r), *r))
+    lines += expfit()
     print('\n'.join(lines))
 
 
