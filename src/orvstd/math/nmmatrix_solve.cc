@@ -1,5 +1,6 @@
 // ccNMMatrix: the LU decomposition and what rests on it (determinant,
-// inverse), and the quadratic form of the constraint solvers.
+// inverse, the solvers with a condition limit), and the quadratic form of
+// the constraint solvers.
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -92,6 +93,14 @@ void luBackSubstitute(LuFactors const& f, double* b) {
   }
 }
 
+// The shape and condition test of the solvers. cond is set before the
+// limit is applied, so a caller sees it even when the limit refuses.
+void checkCondition(ccNMMatrix const& a, ccNMMatrix const& b, bool symmetric, double& cond, double condLimit) {
+  if (!a.isSquare() || b.rows() != a.rows()) throw ccNMMatrix::sizeErr();
+  cond = a.conditionNumber(symmetric);
+  if (cond > condLimit) throw ccNMMatrix::unstableErr();
+}
+
 }  // namespace
 
 double ccNMMatrix::determinant() const {
@@ -115,6 +124,34 @@ ccNMMatrix ccNMMatrix::inverse() const {
     for (int i = 0; i < rows_; ++i) r.m_[i][j] = column[static_cast<std::size_t>(i)];
   }
   return r;
+}
+
+ccNMMatrix ccNMMatrix::solve(ccNMMatrix const& a, ccNMMatrix const& b, bool symmetric, double& cond,
+                             double condLimit) {
+  checkCondition(a, b, symmetric, cond, condLimit);
+  LuFactors f;
+  if (!luDecompose(a, f)) throw unstableErr();
+  // Each column of b is a row of its transpose, contiguous for the
+  // substitution.
+  ccNMMatrix x = b.transpose();
+  for (int i = 0; i < x.rows_ && x.hasElements_(); ++i) luBackSubstitute(f, x.m_[i]);
+  return x.transpose();
+}
+
+ccNMMatrix ccNMMatrix::solve2_(ccNMMatrix const& a, ccNMMatrix const& b, bool symmetric, double& cond,
+                               double condLimit) {
+  checkCondition(a, b, symmetric, cond, condLimit);
+  return a.inverse() * b;
+}
+
+ccNMMatrix ccNMMatrix::partialSolve(ccNMMatrix const& a, ccNMMatrix const& b, ccNMMatrix const& c,
+                                    ccNMMatrix const& d, ccNMMatrix const& e, bool symmetric, double& cond,
+                                    double condLimit) {
+  if (!a.isSquare() || !b.isSquare() || !c.isSizeEqual(a.rows_, b.cols_) || d.rows_ != a.rows_ ||
+      !e.isSizeEqual(b.rows_, d.cols_))
+    throw sizeErr();
+  ccNMMatrix const t = c.Tmultiply(a.inverse());
+  return solve(b - t * c, e - t * d, symmetric, cond, condLimit);
 }
 
 double ccNMMatrix::constraintError(ccNMMatrix const& a, ccNMMatrix const& b, double c, ccNMMatrix const& x) {

@@ -10,50 +10,11 @@
 
 #include "orvstd/math/nmmatrix.h"
 #include "orvstd/math/testing/nmmatrix_helpers.h"
+#include "orvstd/math/testing/nmmatrix_reference.h"
 
 namespace {
 
-struct LinearCase {
-  char const* name;
-  int n, k;
-  bool symmetric;
-  std::vector<double> a, b;
-  double det, cond;
-  std::vector<double> inv, x;
-};
-struct PinvAt {
-  double cond;
-  int rows, cols;
-  std::vector<double> p;
-};
-struct SvdCase {
-  char const* name;
-  int rows, cols;
-  std::vector<double> a, singular;
-  std::vector<PinvAt> pinv;
-};
-struct EigenCase {
-  char const* name;
-  int n;
-  bool symmetric;
-  std::vector<double> a, re, im;
-};
-struct ConstraintCase {
-  std::vector<double> a, x0, c, e, x, x2, xold;
-};
-struct PartialCase {
-  std::vector<double> a, b, c, d, e, y;
-};
-
-#include "testdata/nmmatrix.inc"
-
 constexpr double kEps = std::numeric_limits<double>::epsilon();
-
-double maxAbs(std::vector<double> const& v) {
-  double m = 0;
-  for (double x : v) m = std::max(m, std::fabs(x));
-  return m;
-}
 
 // LU ----------------------------------------------------------------------------------------
 

@@ -4,6 +4,10 @@
 // tridiagonalisation and implicit QL, and general eigenvalues by reduction
 // to Hessenberg form and shifted QR. Internal: ccNMMatrix is the public face.
 //
+// Each refuses (returns false at once) a matrix with an entry that is not
+// finite. A matrix whose entries are all far from 1 is first scaled by a
+// power of two, exactly, so its magnitude alone never makes one fail.
+//
 //   std::vector<double> w(n), work(n);
 //   if (!cf_SvdDecompose(a, m, n, w.data(), v, work.data())) throw ...;
 #ifndef ORVSTD_MATH_INTERNAL_NM_DECOMPOSE_H_

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Writes nmmatrix.inc: reference results for nmmatrix_test.cc and
-nmmatrix_solve_test.cc, computed with numpy's LAPACK routines, which share
+"""Writes nmmatrix.inc: reference results for the ccNMMatrix tests (read
+through testing/nmmatrix_reference.h), computed with numpy's LAPACK routines, which share
 nothing with the library's LU, SVD and eigenvalue code.
 
 Run from anywhere with /usr/bin/python3; the output goes beside this file.

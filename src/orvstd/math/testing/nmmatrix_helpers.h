@@ -22,6 +22,13 @@ inline ccNMMatrix nmMatrix(int rows, int cols, std::vector<double> const& rowMaj
   return m;
 }
 
+// The greatest absolute value, 0 for none.
+inline double maxAbs(std::vector<double> const& v) {
+  double m = 0;
+  for (double x : v) m = std::fabs(x) > m ? std::fabs(x) : m;
+  return m;
+}
+
 // Same shape and every element within `tolerance` (0: exactly equal).
 inline ::testing::AssertionResult sameElements(ccNMMatrix const& got, ccNMMatrix const& want,
                                                double tolerance = 0) {
