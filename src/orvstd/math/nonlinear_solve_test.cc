@@ -24,10 +24,11 @@ using Residuals = std::function<void(ccNMMatrix const& x, ccNMMatrix& y)>;
 
 // A least-squares problem around a residual function, counting calls. It
 // can fail with a given status at a given call and sleep in each call.
-class Problem : public ccLevMarSolve {
+template <class Solver>
+class Counted : public Solver {
  public:
-  Problem(c_Int32 m, c_Int32 n, Residuals f, c_Int32 nIter = 200)
-      : ccLevMarSolve(m, n, 0, 0, nIter, 15, 0.01, 1e-8, 1e20, false, false), f_(std::move(f)) {}
+  template <class... Args>
+  explicit Counted(Residuals f, Args... args) : Solver(args...), f_(std::move(f)) {}
 
   c_Int32 Func(ccNMMatrix const& x, ccNMMatrix& y) const override {
     int const call = ++funcCalls;
@@ -38,7 +39,7 @@ class Problem : public ccLevMarSolve {
   }
   c_Int32 FuncI(ccNMMatrix const& x, ccNMMatrix& y, c_Int32 i) const override {
     ++funcICalls;
-    return ccLevMarSolve::FuncI(x, y, i);
+    return Solver::FuncI(x, y, i);
   }
 
   mutable std::atomic<int> funcCalls{0};
@@ -49,6 +50,18 @@ class Problem : public ccLevMarSolve {
 
  private:
   Residuals f_;
+};
+
+class Problem : public Counted<ccLevMarSolve> {
+ public:
+  Problem(c_Int32 m, c_Int32 n, Residuals f, c_Int32 nIter = 200)
+      : Counted(std::move(f), m, n, 0.0, 0.0, nIter, 15, 0.01, 1e-8, 1e20, false, false) {}
+};
+
+class NewtonProblem : public Counted<ccNewtonSolve> {
+ public:
+  NewtonProblem(c_Int32 m, c_Int32 n, Residuals f, c_Int32 nIter)
+      : Counted(std::move(f), m, n, nIter, 1e-8, 1e20, false, false) {}
 };
 
 ccNMMatrix column(std::vector<double> const& v) {
@@ -356,7 +369,7 @@ TEST(LevMarSolve, FailingStatusRaisesItsException) {
         p.minimize();
         ADD_FAILURE() << "no exception";
       } catch (ccUnknownError const& e) {
-        EXPECT_EQ(e.message(false), "Internal error code: 8000abcd");
+        EXPECT_EQ(e.message(false), "Internal error code: 8000ABCD");
       }
     } else {
       EXPECT_THROW(p.minimize(), ccTimeout::Cancel);
@@ -379,6 +392,58 @@ TEST(LevMarSolve, TimeoutStopsASlowSolve) {
       ccTimeout::Expired);
   EXPECT_LT(p.funcCalls.load(), 8);
   EXPECT_EQ(xOf(p)[0][0], 1.0);
+}
+
+TEST(NewtonSolve, FixedStepsWithoutEarlyExit) {
+  // Gauss-Newton lands on Rosenbrock's zero in two steps; the rest are
+  // taken all the same.
+  NewtonProblem p(2, 2, rosenbrock, 6);
+  p.setX(column({-1.2, 1}));
+  double const e = p.minimize();
+  EXPECT_NEAR(xOf(p)[0][0], 1, 1e-15);
+  EXPECT_NEAR(xOf(p)[1][0], 1, 1e-15);
+  EXPECT_LT(e, 1e-28);
+  EXPECT_EQ(p.funcCalls.load(), 1 + 6 * (2 + 1));
+  EXPECT_EQ(p.funcICalls.load(), 6 * 2);
+
+  ExpFit const fit = readExpFit();
+  NewtonProblem q(12, 3, expResiduals(fit), 30);
+  q.setX(column({2, -1, 0.3}));
+  double const eq = q.minimize();
+  for (int i = 0; i < 3; ++i) EXPECT_NEAR(xOf(q)[i][0], fit.minimum[i], 1e-6 * std::fabs(fit.minimum[i])) << i;
+  EXPECT_NEAR(eq, fit.minimum[3], 1e-9 * fit.minimum[3]);
+}
+
+TEST(NewtonSolve, FuncStatusIgnoredButJacobianStatusRaised) {
+  // A failing Func is not looked at by minimize ...
+  NewtonProblem p(2, 2, rosenbrock, 3);
+  p.setX(column({-1.2, 1}));
+  p.failAtCall = 1;
+  p.failStatus = ccAttentionTag::kCancelCode;
+  EXPECT_NO_THROW(p.minimize());
+  // ... but compJacob raises a failing FuncI.
+  NewtonProblem q(2, 2, rosenbrock, 3);
+  q.setX(column({-1.2, 1}));
+  q.failAtCall = 3;
+  q.failStatus = ccAttentionTag::kCancelCode;
+  EXPECT_THROW(q.minimize(), ccTimeout::Cancel);
+  EXPECT_EQ(xOf(q)[0][0], -1.2);
+
+  NewtonProblem r(2, 2, rosenbrock, 1000);
+  r.sleepMs = 20;
+  r.setX(column({-1.2, 1}));
+  EXPECT_THROW(
+      {
+        ccTimeout limit(0.05);
+        r.minimize();
+      },
+      ccTimeout::Expired);
+  EXPECT_LT(r.funcCalls.load(), 8);
+
+  struct Unsized : ccNewtonSolve {
+    c_Int32 Func(ccNMMatrix const&, ccNMMatrix&) const override { return 0; }
+  } u;
+  EXPECT_THROW(u.minimize(), ccInvariantFailure);
 }
 
 // The Jacobian -----------------------------------------------------------------

@@ -7,6 +7,7 @@
 
 #include "orvstd/except/assert.h"
 #include "orvstd/math/math_error.h"
+#include "orvstd/math/nmmatrix.h"
 
 namespace {
 
@@ -147,4 +148,25 @@ int cfSolveMaxDegreeQuartic(double a, double b, double c, double d, double e, st
   }
   r.clear();
   return 0;
+}
+
+int cfSolvePolynomial(std::vector<double> const& coefficients, std::vector<double>& re, std::vector<double>& im) {
+  if (coefficients.size() > 0x7FFFFFFFu) throw ccNMMatrix::sizeErr();
+  int const n = static_cast<int>(coefficients.size());
+  re.clear();
+  im.clear();
+  if (n == 0) return 0;
+  ccNMMatrix companion(n, n, 0.0);
+  for (int i = 0; i + 1 < n; ++i) companion[i][i + 1] = 1;
+  for (int j = 0; j < n; ++j) companion[n - 1][j] = coefficients[static_cast<std::size_t>(j)];
+  companion.eigenvalues(false, re, im);
+  std::size_t real = 0;
+  for (std::size_t k = 0; k < re.size(); ++k) {
+    if (std::fabs(im[k]) < 1e-14) {
+      std::swap(re[real], re[k]);
+      std::swap(im[real], im[k]);
+      ++real;
+    }
+  }
+  return static_cast<int>(real);
 }

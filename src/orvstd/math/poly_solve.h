@@ -12,6 +12,8 @@
 //   std::vector<double> r;
 //   cfSolveCubic(-6, 11, -6, r);                    // 3: about 1, 3, 2
 //   cfSolveMaxDegreeQuartic(0, 0, 1, -3, 2, r);     // degree 2: 2, {2, 1}
+//   std::vector<double> re, im;
+//   cfSolvePolynomial({-2, 3}, re, im);             // x^2 - 3x + 2: 2 real roots
 //
 // The complex roots of degree one to four and the roots of a polynomial in
 // an interval are in polynomial_root_finder.h, a different family.
@@ -45,5 +47,14 @@ int cfFindMinQuartic(double a, double b, double c, double d, double* x);
 // 1e-12 of the largest one in magnitude are dropped. Returns the count; a
 // quadratic leaves r of size 2 whatever its count (zeros where no root).
 int cfSolveMaxDegreeQuartic(double a, double b, double c, double d, double e, std::vector<double>& r);
+
+// The eigenvalues of the n-by-n matrix with ones on the superdiagonal and
+// `coefficients` (n of them) as its last row: the roots of
+// x^n - c[n-1] x^(n-1) - ... - c[1] x - c[0], so the coefficients of a
+// monic polynomial go in negated, lowest power first. re and im get all n
+// roots, the real ones (|im| < 1e-14) moved to the front in the order they
+// were found; returns their number. ccNMMatrix::unstableErr when the
+// eigenvalue iteration does not converge.
+int cfSolvePolynomial(std::vector<double> const& coefficients, std::vector<double>& re, std::vector<double>& im);
 
 #endif  // ORVSTD_MATH_POLY_SOLVE_H_

@@ -7,16 +7,18 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orvstd/math/math_error.h"
+#include "orvstd/math/nmmatrix.h"
 
 namespace {
 
 // One line of testdata/poly_solve_reference.txt (gen_poly_solve.py, numpy).
 struct ReferenceCase {
   std::vector<double> coefficients;
-  std::vector<double> roots;  // real roots, ascending
+  std::vector<double> roots;  // real roots, ascending; for "poly" all roots as re, im
 };
 
 std::vector<ReferenceCase> readReference(std::string const& kind) {
@@ -34,7 +36,8 @@ std::vector<ReferenceCase> readReference(std::string const& kind) {
     c.coefficients.resize(n);
     for (double& x : c.coefficients) f >> x;
     f >> count;
-    c.roots.resize(static_cast<std::size_t>(count));
+    // Complex roots come as (re, im) pairs.
+    c.roots.resize(static_cast<std::size_t>(kind == "poly" ? 2 * count : count));
     for (double& x : c.roots) f >> x;
     cases.push_back(c);
   }
@@ -284,6 +287,71 @@ TEST(SolveMaxDegreeQuartic, DegreeFromTheLeadingCoefficientsAboveTheLimit) {
   // The limit is relative: tiny polynomials keep their degree.
   EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 1e-100, -3e-100, 2e-100, r), 2);
   expectRoots(r, {1, 2}, 1e-12);
+}
+
+// Sorts (re, im) pairs the way the generator does.
+std::vector<std::pair<double, double>> sortedPairs(std::vector<double> const& re, std::vector<double> const& im) {
+  std::vector<std::pair<double, double>> z;
+  for (std::size_t i = 0; i < re.size(); ++i) z.emplace_back(re[i], im[i]);
+  std::sort(z.begin(), z.end(), [](auto const& a, auto const& b) {
+    double const ra = std::round(a.first * 1e9), rb = std::round(b.first * 1e9);
+    return ra != rb ? ra < rb : a.second < b.second;
+  });
+  return z;
+}
+
+TEST(SolvePolynomial, CompanionEigenvaluesAgreeWithNumpy) {
+  auto const cases = readReference("poly");
+  ASSERT_EQ(cases.size(), 9u);
+  for (auto const& c : cases) {
+    SCOPED_TRACE(describe(c.coefficients));
+    std::vector<double> re{1, 2}, im;
+    int const real = cfSolvePolynomial(c.coefficients, re, im);
+    std::size_t const n = c.coefficients.size();
+    ASSERT_EQ(re.size(), n);
+    ASSERT_EQ(im.size(), n);
+    ASSERT_EQ(c.roots.size(), 2 * n);
+    // The real roots lead, the complex ones follow.
+    int expectedReal = 0;
+    for (std::size_t i = 0; i < n; ++i) expectedReal += c.roots[2 * i + 1] == 0;
+    EXPECT_EQ(real, expectedReal);
+    for (std::size_t i = 0; i < n; ++i) EXPECT_EQ(std::fabs(im[i]) < 1e-14, static_cast<int>(i) < real) << i;
+    auto const ours = sortedPairs(re, im);
+    for (std::size_t i = 0; i < n; ++i) {
+      EXPECT_NEAR(ours[i].first, c.roots[2 * i], 1e-9) << i;
+      EXPECT_NEAR(ours[i].second, c.roots[2 * i + 1], 1e-9) << i;
+    }
+  }
+}
+
+TEST(SolvePolynomial, RealRootsMoveForwardInTheOrderFound) {
+  // (x - 3)(x^2 + 1)(x + 0.5)(x^2 + 2x + 5)(x - 1): negated coefficients of
+  // the monic product, lowest power first.
+  std::vector<double> const c{-7.5, -8.0, 6.5, -7.0, 15.5, 0.0, 1.5};
+  ccNMMatrix companion(7, 7, 0.0);
+  for (int i = 0; i < 6; ++i) companion[i][i + 1] = 1;
+  for (int j = 0; j < 7; ++j) companion[6][j] = c[static_cast<std::size_t>(j)];
+  std::vector<double> foundRe, foundIm;
+  companion.eigenvalues(false, foundRe, foundIm);
+  std::vector<double> realFound;
+  for (std::size_t i = 0; i < foundRe.size(); ++i)
+    if (std::fabs(foundIm[i]) < 1e-14) realFound.push_back(foundRe[i]);
+
+  std::vector<double> re, im;
+  ASSERT_EQ(cfSolvePolynomial(c, re, im), 3);
+  EXPECT_EQ(std::vector<double>(re.begin(), re.begin() + 3), realFound);
+  expectRoots(realFound, {-0.5, 1, 3}, 1e-12);
+  // The complex roots are the rest, as found.
+  EXPECT_EQ(sortedPairs(re, im), sortedPairs(foundRe, foundIm));
+
+  // Degenerate sizes: nothing, and the 1-by-1 matrix [c0].
+  re = {1};
+  im = {1};
+  EXPECT_EQ(cfSolvePolynomial({}, re, im), 0);
+  EXPECT_TRUE(re.empty());
+  EXPECT_TRUE(im.empty());
+  EXPECT_EQ(cfSolvePolynomial({-4.5}, re, im), 1);
+  EXPECT_EQ(re, (std::vector<double>{-4.5}));
 }
 
 }  // namespace

@@ -77,6 +77,30 @@ QUARTICS = [
     [0.1, -1.5, 0.2, 0.3],
 ]
 
+MONIC = [
+    list(np.poly([1, 2, 3, 4, 5])),
+    [1, 0, 0, 0, 0, -1],           # x^5 - 1: one real root, two pairs
+    [1, -1, 1, -1, 1, -1, 1],      # no real root
+    list(np.poly([-2, 0.5, 3])),
+    [1, 2, 5],                     # -1 +- 2i
+    [1, 0, -2],
+    [1, -7],
+    [1, 0, -1.25, 0, 0.3125, 0],   # monic Chebyshev T5, a root at 0
+    [1, 3, -1, 2, 0.5],
+]
+
+
+def companion_cases():
+    lines = []
+    for full in MONIC:
+        c = [-float(a) for a in reversed(full[1:])]
+        roots = sorted(np.roots(full), key=lambda z: (round(z.real, 9), z.imag))
+        flat = []
+        for z in roots:
+            flat += [z.real, z.imag]
+        lines.append(emit('poly', c, len(roots), *flat))
+    return lines
+
 
 def expfit():
     t = 0.25 * np.arange(12)
@@ -105,6 +129,7 @@ def main():
     for c in QUARTICS:
         r = real_roots([1] + list(c))
         lines.append(emit('quartic', c, len(r), *r))
+    lines += companion_cases()
     lines += expfit()
     print('\n'.join(lines))
 
