@@ -226,12 +226,15 @@ void ccNewtonSolve::compJacob(ccNMMatrix const& x, ccNMMatrix const& y, ccNMMatr
   J.square(H);
 }
 
+ccNMMatrix ccNewtonSolve::startX_() const {
+  if (getM() < 1 || getN() < 1) throw ccInvariantFailure();
+  return x_;
+}
+
 double ccNewtonSolve::minimize() {
   c_Int32 const m = getM();
   c_Int32 const n = getN();
-  if (m < 1 || n < 1) throw ccInvariantFailure();
-  ccNMMatrix x;
-  getX(x);
+  ccNMMatrix x = startX_();
   ccNMMatrix y(m, 1, 0.0);
   (void)Func(x, y);
   ccNMMatrix J(m, n), grad(n, 1), H(n, n);
@@ -286,9 +289,7 @@ void ccLevMarSolve::maxMLInnerIter(c_Int32 n) {
 double ccLevMarSolve::minimize() {
   c_Int32 const m = getM();
   c_Int32 const n = getN();
-  if (m < 1 || n < 1) throw ccInvariantFailure();
-  ccNMMatrix x;
-  getX(x);
+  ccNMMatrix x = startX_();
   ccNMMatrix r(m, 1, 0.0);
   cfThrowExceptionOnFailure(Func(x, r));
   double e = r.fnorm2();

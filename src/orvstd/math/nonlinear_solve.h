@@ -116,6 +116,11 @@ class ccNewtonSolve : public ccFSolver {
   // ccInvariantFailure.
   void recomputeYVals(std::vector<bool> const& flags);
 
+ protected:
+  // The start of a solve: x, once m and n are known to be at least 1
+  // (ccInvariantFailure otherwise).
+  ccNMMatrix startX_() const;
+
  private:
   ccNMMatrix x_;
   c_Int32 nIter_ = 0;

@@ -7,14 +7,15 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "orvstd/kernel/ksys_jobs.h"
+#include "orvstd/kernel/testing/job_pool.h"
+#include "orvstd/math/testing/nmmatrix_helpers.h"
+#include "orvstd/math/testing/reference_lines.h"
 #include "orvstd/platform/attention.h"
 #include "orvstd/platform/timeout.h"
 
@@ -64,11 +65,7 @@ class NewtonProblem : public Counted<ccNewtonSolve> {
       : Counted(std::move(f), m, n, nIter, 1e-8, 1e20, false, false) {}
 };
 
-ccNMMatrix column(std::vector<double> const& v) {
-  ccNMMatrix c(static_cast<int>(v.size()), 1);
-  for (std::size_t i = 0; i < v.size(); ++i) c[static_cast<int>(i)][0] = v[i];
-  return c;
-}
+ccNMMatrix column(std::vector<double> const& v) { return nmMatrix(static_cast<int>(v.size()), 1, v); }
 
 ccNMMatrix xOf(ccNewtonSolve const& s) {
   ccNMMatrix x;
@@ -96,23 +93,15 @@ struct ExpFit {
 };
 
 ExpFit readExpFit() {
-  std::ifstream in(std::string(ORVSTD_TEST_DATA) + "/poly_solve_reference.txt");
   ExpFit fit;
-  std::string line;
-  while (std::getline(in, line)) {
-    std::istringstream f(line);
-    std::string kind;
-    int n = 0;
-    f >> kind >> n;
-    if (kind == "expfit_data") {
-      fit.t.resize(n);
-      fit.y.resize(n);
-      for (int i = 0; i < n; ++i) f >> fit.t[i] >> fit.y[i];
-    } else if (kind == "expfit_min") {
-      fit.minimum.resize(n);
-      for (double& v : fit.minimum) f >> v;
+  for (ReferenceLine const& line : readReferenceLines("poly_solve_reference.txt", "expfit_data")) {
+    for (std::size_t i = 0; i + 1 < line.coefficients.size(); i += 2) {
+      fit.t.push_back(line.coefficients[i]);
+      fit.y.push_back(line.coefficients[i + 1]);
     }
   }
+  for (ReferenceLine const& line : readReferenceLines("poly_solve_reference.txt", "expfit_min"))
+    fit.minimum = line.coefficients;
   return fit;
 }
 
@@ -133,12 +122,14 @@ void coupled(ccNMMatrix const& x, ccNMMatrix& y) {
   }
 }
 
-void resetPool(c_Int32 threads) {
-  ksys_jobResetParams* params = nullptr;
-  ASSERT_EQ(ksys_jobResetParams_construct(&params), 0);
-  ASSERT_EQ(ksys_jobResetParams_setNumThreads(params, threads), 0);
-  ASSERT_EQ(ksys_jobReset(params), 0);
-  ksys_jobResetParams_destroy(params);
+// Runs minimize() under a time limit on this thread, expecting it to expire.
+void expectExpires(ccFSolver& solver, double seconds) {
+  EXPECT_THROW(
+      {
+        ccTimeout limit(seconds);
+        solver.minimize();
+      },
+      ccTimeout::Expired);
 }
 
 // Tests that start job threads leave none behind: death tests fork.
@@ -384,12 +375,7 @@ TEST(LevMarSolve, TimeoutStopsASlowSolve) {
   p.sleepMs = 20;
   p.setX(column({1, -1, 0}));
   // Untimed, this takes dozens of calls; 50 ms allows about three.
-  EXPECT_THROW(
-      {
-        ccTimeout limit(0.05);
-        p.minimize();
-      },
-      ccTimeout::Expired);
+  expectExpires(p, 0.05);
   EXPECT_LT(p.funcCalls.load(), 8);
   EXPECT_EQ(xOf(p)[0][0], 1.0);
 }
@@ -432,12 +418,7 @@ TEST(NewtonSolve, FuncStatusIgnoredButJacobianStatusRaised) {
   NewtonProblem r(2, 2, rosenbrock, 1000);
   r.sleepMs = 20;
   r.setX(column({-1.2, 1}));
-  EXPECT_THROW(
-      {
-        ccTimeout limit(0.05);
-        r.minimize();
-      },
-      ccTimeout::Expired);
+  expectExpires(r, 0.05);
   EXPECT_LT(r.funcCalls.load(), 8);
 
   struct Unsized : ccNewtonSolve {
@@ -531,7 +512,7 @@ TEST_F(JobThreads, SameJacobianAndResultOnAnyNumberOfThreads) {
     p.enableMulticore(true);
     for (c_Int32 threads : {1, 2, 4}) {
       SCOPED_TRACE(threads);
-      resetPool(threads);
+      resetJobPool(threads);
       p.clear();
       ccNMMatrix J, g, H;
       p.compJacob(p.start, y, J, g, H);
@@ -548,7 +529,7 @@ TEST_F(JobThreads, SameJacobianAndResultOnAnyNumberOfThreads) {
 }
 
 TEST_F(JobThreads, FailuresInJobsReachTheCaller) {
-  resetPool(3);
+  resetJobPool(3);
   ExpFit const fit = readExpFit();
   // A failing status in the second column's job.
   {
@@ -566,12 +547,7 @@ TEST_F(JobThreads, FailuresInJobsReachTheCaller) {
     p.enableMulticore(true);
     p.sleepMs = 20;
     p.setX(column({1, -1, 0}));
-    EXPECT_THROW(
-        {
-          ccTimeout limit(0.05);
-          p.minimize();
-        },
-        ccTimeout::Expired);
+    expectExpires(p, 0.05);
     EXPECT_LT(p.funcCalls.load(), 10);
   }
 }

@@ -4,14 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "orvstd/math/math_error.h"
 #include "orvstd/math/nmmatrix.h"
+#include "orvstd/math/testing/reference_lines.h"
 
 namespace {
 
@@ -22,33 +21,10 @@ struct ReferenceCase {
 };
 
 std::vector<ReferenceCase> readReference(std::string const& kind) {
-  std::ifstream in(std::string(ORVSTD_TEST_DATA) + "/poly_solve_reference.txt");
   std::vector<ReferenceCase> cases;
-  std::string line;
-  while (std::getline(in, line)) {
-    std::istringstream f(line);
-    std::string k;
-    int n = 0;
-    double count = 0;  // written as a float by the script
-    f >> k >> n;
-    if (k != kind) continue;
-    ReferenceCase c;
-    c.coefficients.resize(n);
-    for (double& x : c.coefficients) f >> x;
-    f >> count;
-    // Complex roots come as (re, im) pairs.
-    c.roots.resize(static_cast<std::size_t>(kind == "poly" ? 2 * count : count));
-    for (double& x : c.roots) f >> x;
-    cases.push_back(c);
-  }
+  for (ReferenceLine const& line : readReferenceLines("poly_solve_reference.txt", kind))
+    cases.push_back({line.coefficients, std::vector<double>(line.rest.begin() + 1, line.rest.end())});
   return cases;
-}
-
-std::string describe(std::vector<double> const& v) {
-  std::ostringstream os;
-  os.precision(17);
-  for (double x : v) os << x << ' ';
-  return os.str();
 }
 
 // Our roots come in formula order; numpy's are sorted. Relative tolerance.

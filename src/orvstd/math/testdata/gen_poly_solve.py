@@ -115,7 +115,7 @@ def expfit():
     assert lm.success and trf.success
     assert np.allclose(lm.x, trf.x, rtol=1e-9, atol=0)
     points = ' '.join('%r %r' % (float(a), float(b)) for a, b in zip(t, y))
-    return ['expfit_data %d %s' % (len(t), points), emit('expfit_min', list(lm.x) + [2 * lm.cost])]
+    return ['expfit_data %d %s' % (2 * len(t), points), emit('expfit_min', list(lm.x) + [2 * lm.cost])]
 
 
 def main():
