@@ -94,21 +94,21 @@ TEST(SolveQuadratic, StatedRules) {
   double r1 = 5, r2 = 6;
   EXPECT_THROW(cfSolveQuadratic(0, 0, 1, &r1, &r2), ccMathError::Singular);
   EXPECT_THROW(cfSolveQuadratic(0, 0, 0, &r1, &r2), ccMathError::Singular);
-  // Linear: one root, in both outputs.
-  EXPECT_EQ(cfSolveQuadratic(0, 4, -2, &r1, &r2), 1);
-  EXPECT_EQ(r1, 0.5);
-  EXPECT_EQ(r2, 0.5);
-  // A double root counts once and fills both outputs.
-  EXPECT_EQ(cfSolveQuadratic(1, -2, 1, &r1, &r2), 1);
-  EXPECT_EQ(r1, 1.0);
-  EXPECT_EQ(r2, 1.0);
-  // The larger root is q/a, the smaller c/q, whatever the sign of b.
-  EXPECT_EQ(cfSolveQuadratic(1, 3, 2, &r1, &r2), 2);
-  EXPECT_EQ(r1, -1.0);
-  EXPECT_EQ(r2, -2.0);
-  EXPECT_EQ(cfSolveQuadratic(1, -3, 2, &r1, &r2), 2);
-  EXPECT_EQ(r1, 2.0);
-  EXPECT_EQ(r2, 1.0);
+  struct Case {
+    double a, b, c;
+    int count;
+    double r1, r2;
+  } const cases[] = {
+      {0, 4, -2, 1, 0.5, 0.5},   // linear: one root, in both outputs
+      {1, -2, 1, 1, 1, 1},       // a double root counts once, fills both
+      {1, 3, 2, 2, -1, -2},      // b >= 0: r1 = c/q, r2 = q/a
+      {1, -3, 2, 2, 2, 1},       // b < 0: r1 = q/a, r2 = c/q
+  };
+  for (Case const& c : cases) {
+    EXPECT_EQ(cfSolveQuadratic(c.a, c.b, c.c, &r1, &r2), c.count);
+    EXPECT_EQ(r1, c.r1);
+    EXPECT_EQ(r2, c.r2);
+  }
 }
 
 TEST(SolveQuadratic, SlightlyNegativeDiscriminantIsADoubleRoot) {
@@ -164,31 +164,28 @@ TEST(SolveCubic, StatedRules) {
 }
 
 TEST(SolveQuartic, StatedRules) {
-  std::vector<double> r{7};
-  // x^4 - 16 and x^4 - 1: the shortcut reports the positive root alone.
-  EXPECT_EQ(cfSolveQuartic(0, 0, 0, -16, r), 1);
-  ASSERT_EQ(r.size(), 1u);
-  EXPECT_EQ(r[0], 2.0);
-  EXPECT_EQ(cfSolveQuartic(0, 0, 0, -1, r), 1);
-  ASSERT_EQ(r.size(), 1u);
-  EXPECT_EQ(r[0], 1.0);
-  // x^4 + 16: nothing, and r is emptied.
-  EXPECT_EQ(cfSolveQuartic(0, 0, 0, 16, r), 0);
-  EXPECT_TRUE(r.empty());
-  // An exactly zero D2 and E2 pass neither test "> -|other|·1e-14", so a
-  // fourfold root is not reported.
-  r = {7};
-  EXPECT_EQ(cfSolveQuartic(0, 0, 0, 0, r), 0);
-  EXPECT_TRUE(r.empty());
-  EXPECT_EQ(cfSolveQuartic(-4, 6, -4, 1, r), 0);  // (x - 1)^4
-  // x^4 - 5x^2 + 4: resolvent roots 4, -4, -5; y = 4 gives R = 3, D = E = 1,
-  // so the order is 2, 1, -2, -1.
-  EXPECT_EQ(cfSolveQuartic(0, -5, 0, 4, r), 4);
-  ASSERT_EQ(r.size(), 4u);
-  EXPECT_EQ(r[0], 2.0);
-  EXPECT_EQ(r[1], 1.0);
-  EXPECT_EQ(r[2], -2.0);
-  EXPECT_EQ(r[3], -1.0);
+  struct Case {
+    double a, b, c, d;
+    std::vector<double> roots;  // exactly, in this order
+  } const cases[] = {
+      // x^4 + d, d < 0: the shortcut reports the positive root alone.
+      {0, 0, 0, -16, {2}},
+      {0, 0, 0, -1, {1}},
+      {0, 0, 0, 16, {}},
+      // An exactly zero D2 and E2 pass neither "> -|other|·1e-14" test, so
+      // a fourfold root is not reported: x^4 and (x - 1)^4.
+      {0, 0, 0, 0, {}},
+      {-4, 6, -4, 1, {}},
+      // x^4 - 5x^2 + 4: resolvent roots 4, -4, -5; y = 4 gives R = 3 and
+      // D = E = 1, so 2, 1, -2, -1.
+      {0, -5, 0, 4, {2, 1, -2, -1}},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(describe({c.a, c.b, c.c, c.d}));
+    std::vector<double> r{7};
+    EXPECT_EQ(cfSolveQuartic(c.a, c.b, c.c, c.d, r), static_cast<int>(c.roots.size()));
+    EXPECT_EQ(r, c.roots);
+  }
 }
 
 TEST(SolveQuartic, DoubleRootsAreListedTwice) {
@@ -225,44 +222,29 @@ TEST(FindMinQuartic, LeastMagnitudeEarlierOnATie) {
 }
 
 TEST(SolveMaxDegreeQuartic, DegreeFromTheLeadingCoefficientsAboveTheLimit) {
-  std::vector<double> r{99};
-  // All zero: no degree, no root.
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 0, 0, 0, r), 0);
-  EXPECT_TRUE(r.empty());
-  // A constant alone has no root either.
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 0, 0, 3, r), 0);
-  EXPECT_TRUE(r.empty());
-  // Linear.
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 0, 2, -5, r), 1);
-  ASSERT_EQ(r.size(), 1u);
-  EXPECT_EQ(r[0], 2.5);
-  // Quadratic: r has size 2 even without a root.
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 1, 0, 1, r), 0);
-  EXPECT_EQ(r.size(), 2u);
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 1, -2, 1, r), 1);
-  ASSERT_EQ(r.size(), 2u);
-  EXPECT_EQ(r[0], 1.0);
-  EXPECT_EQ(r[1], 1.0);
-  // Leading terms at 1e-13 of the largest coefficient (3) are dropped; at
-  // 1e-11 they count.
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(3e-13, -3e-13, 1, -3, 2, r), 2);
-  expectRoots(r, {1, 2}, 1e-12);
-  // x^2 + x - 1 below the limit is linear; above it, the second root is
-  // about -1/c.
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 5e-13, 1, -1, r), 1);
-  ASSERT_EQ(r.size(), 1u);
-  EXPECT_EQ(r[0], 1.0);
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 5e-12, 1, -1, r), 2);
-  ASSERT_EQ(r.size(), 2u);
-  std::sort(r.begin(), r.end());
-  EXPECT_NEAR(r[0], -2e11, 1);
-  EXPECT_NEAR(r[1], 1, 1e-11);
-  // Cubic with a scale: 2(x - 1)(x - 2)(x - 3).
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 2, -12, 22, -12, r), 3);
-  expectRoots(r, {1, 2, 3}, 1e-12);
-  // The limit is relative: tiny polynomials keep their degree.
-  EXPECT_EQ(cfSolveMaxDegreeQuartic(0, 0, 1e-100, -3e-100, 2e-100, r), 2);
-  expectRoots(r, {1, 2}, 1e-12);
+  struct Case {
+    double a, b, c, d, e;
+    int count;
+    std::vector<double> r;  // all of r, ascending
+  } const cases[] = {
+      {0, 0, 0, 0, 0, 0, {}},  // no degree
+      {0, 0, 0, 0, 3, 0, {}},  // a constant
+      {0, 0, 0, 2, -5, 1, {2.5}},
+      {0, 0, 1, 0, 1, 0, {0, 0}},  // a quadratic leaves two entries
+      {0, 0, 1, -2, 1, 1, {1, 1}},
+      // Leading terms up to 1e-12 of the largest coefficient are dropped.
+      {3e-13, -3e-13, 1, -3, 2, 2, {1, 2}},
+      {0, 0, 5e-13, 1, -1, 1, {1}},
+      {0, 0, 5e-12, 1, -1, 2, {-2e11 - 1, 1}},
+      {0, 2, -12, 22, -12, 3, {1, 2, 3}},
+      {0, 0, 1e-100, -3e-100, 2e-100, 2, {1, 2}},  // the limit is relative
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(describe({c.a, c.b, c.c, c.d, c.e}));
+    std::vector<double> r{99};
+    EXPECT_EQ(cfSolveMaxDegreeQuartic(c.a, c.b, c.c, c.d, c.e, r), c.count);
+    expectRoots(r, c.r, 1e-11);
+  }
 }
 
 // Sorts (re, im) pairs the way the generator does.
