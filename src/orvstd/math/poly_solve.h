@@ -54,7 +54,7 @@ int cfSolveMaxDegreeQuartic(double a, double b, double c, double d, double e, st
 // monic polynomial go in negated, lowest power first. re and im get all n
 // roots, the real ones (|im| < 1e-14) moved to the front in the order they
 // were found; returns their number. ccNMMatrix::unstableErr when the
-// eigenvalue iteration does not converge.
+// eigenvalue iteration does not converge or a coefficient is not finite.
 int cfSolvePolynomial(std::vector<double> const& coefficients, std::vector<double>& re, std::vector<double>& im);
 
 #endif  // ORVSTD_MATH_POLY_SOLVE_H_

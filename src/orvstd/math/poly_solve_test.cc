@@ -310,6 +310,7 @@ TEST(SolvePolynomial, RealRootsMoveForwardInTheOrderFound) {
   EXPECT_TRUE(im.empty());
   EXPECT_EQ(cfSolvePolynomial({-4.5}, re, im), 1);
   EXPECT_EQ(re, (std::vector<double>{-4.5}));
+  EXPECT_THROW(cfSolvePolynomial({1, std::nan(""), 2}, re, im), ccNMMatrix::unstableErr);
 }
 
 }  // namespace
