@@ -317,35 +317,34 @@ bool ccNMMatrix::operator==(double value) const {
 
 // Rows and columns --------------------------------------------------------------------
 
-void ccNMMatrix::addRows(int i, int j) {
-  if (i < 0 || i >= rows_ || j < 0 || j >= rows_) throw sizeErr();
-  for (int k = 0; k < cols_; ++k) m_[i][k] += m_[j][k];
+namespace {
+
+// op(element of row or column i, element of row or column j) along the
+// pair; sizeErr unless both indices are in [0, count).
+template <class Op>
+void alongRows(ccNMMatrix& m, int i, int j, Op op) {
+  if (i < 0 || i >= m.rows() || j < 0 || j >= m.rows()) throw ccNMMatrix::sizeErr();
+  for (int k = 0; k < m.cols(); ++k) op(m[i][k], m[j][k]);
 }
 
-void ccNMMatrix::subRows(int i, int j) {
-  if (i < 0 || i >= rows_ || j < 0 || j >= rows_) throw sizeErr();
-  for (int k = 0; k < cols_; ++k) m_[i][k] -= m_[j][k];
+template <class Op>
+void alongColumns(ccNMMatrix& m, int i, int j, Op op) {
+  if (i < 0 || i >= m.cols() || j < 0 || j >= m.cols()) throw ccNMMatrix::sizeErr();
+  for (int k = 0; k < m.rows(); ++k) op(m[k][i], m[k][j]);
 }
 
-void ccNMMatrix::swapRows(int i, int j) {
-  if (i < 0 || i >= rows_ || j < 0 || j >= rows_) throw sizeErr();
-  for (int k = 0; k < cols_; ++k) std::swap(m_[i][k], m_[j][k]);
-}
+void add(double& a, double const& b) { a += b; }
+void subtract(double& a, double const& b) { a -= b; }
+void exchange(double& a, double& b) { std::swap(a, b); }
 
-void ccNMMatrix::addColumns(int i, int j) {
-  if (i < 0 || i >= cols_ || j < 0 || j >= cols_) throw sizeErr();
-  for (int k = 0; k < rows_; ++k) m_[k][i] += m_[k][j];
-}
+}  // namespace
 
-void ccNMMatrix::subColumns(int i, int j) {
-  if (i < 0 || i >= cols_ || j < 0 || j >= cols_) throw sizeErr();
-  for (int k = 0; k < rows_; ++k) m_[k][i] -= m_[k][j];
-}
-
-void ccNMMatrix::swapColumns(int i, int j) {
-  if (i < 0 || i >= cols_ || j < 0 || j >= cols_) throw sizeErr();
-  for (int k = 0; k < rows_; ++k) std::swap(m_[k][i], m_[k][j]);
-}
+void ccNMMatrix::addRows(int i, int j) { alongRows(*this, i, j, add); }
+void ccNMMatrix::subRows(int i, int j) { alongRows(*this, i, j, subtract); }
+void ccNMMatrix::swapRows(int i, int j) { alongRows(*this, i, j, exchange); }
+void ccNMMatrix::addColumns(int i, int j) { alongColumns(*this, i, j, add); }
+void ccNMMatrix::subColumns(int i, int j) { alongColumns(*this, i, j, subtract); }
+void ccNMMatrix::swapColumns(int i, int j) { alongColumns(*this, i, j, exchange); }
 
 // Output ----------------------------------------------------------------------------------
 

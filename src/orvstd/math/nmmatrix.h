@@ -176,7 +176,7 @@ class ccNMMatrix {
 
  private:
   friend ccArchive& operator||(ccArchive& ar, ccNMMatrix& m);
-  friend struct cc_NMMatrixPrivate;  // the older fitters' entry points, and their tests
+  friend struct cc_NMMatrixPrivate;  // access to the private solvers below (docs/design.md)
 
   // The same test as solve, then A.inverse()·b.
   static ccNMMatrix solve2_(ccNMMatrix const& a, ccNMMatrix const& b, bool symmetric, double& cond,
