@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repeat="${1:-20}"
-targets=(kernel_test platform_test archive_test object_test workmgr_test)
+targets=(kernel_test platform_test archive_test object_test workmgr_test math_test)
 bash scripts/setup.sh
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target "${targets[@]}"

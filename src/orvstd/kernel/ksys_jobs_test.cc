@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "orvstd/kernel/ksys_memory.h"
+#include "orvstd/kernel/testing/job_pool.h"
 
 namespace {
 
@@ -49,13 +50,6 @@ struct JobObjects {
   }
 };
 
-void resetTo(c_Int32 n) {
-  ksys_jobResetParams* params = nullptr;
-  ASSERT_EQ(ksys_jobResetParams_construct(&params), 0);
-  ASSERT_EQ(ksys_jobResetParams_setNumThreads(params, n), 0);
-  ASSERT_EQ(ksys_jobReset(params), 0);
-  ksys_jobResetParams_destroy(params);
-}
 
 // What one request saw of where it ran.
 struct Trace {
@@ -88,7 +82,7 @@ class JobPoolSize : public JobPool, public testing::WithParamInterface<c_Int32> 
 
 TEST_P(JobPoolSize, ResetWhileIdleRunsEachRequestOnceOnThePoolOrTheCaller) {
   c_Int32 const n = GetParam();
-  resetTo(n);
+  resetJobPool(n);
   EXPECT_EQ(ksys_jobGetNumThreads(), n);
   JobObjects jobs;
   c_Int32 state[2] = {};
@@ -138,12 +132,12 @@ TEST_F(JobPool, ShutDownRunsEverythingOnTheCaller) {
     EXPECT_EQ(t.thread, std::this_thread::get_id());
   }
   // Reset brings threads back after a shutdown.
-  resetTo(2);
+  resetJobPool(2);
   EXPECT_EQ(ksys_jobGetNumThreads(), 2);
 }
 
 TEST_F(JobPool, ResetWithZeroTakesOneThreadPerCore) {
-  resetTo(0);
+  resetJobPool(0);
   c_Int32 const cores = static_cast<c_Int32>(std::thread::hardware_concurrency());
   EXPECT_EQ(ksys_jobGetNumThreads(), cores > 0 ? cores : 1);
 }
@@ -180,7 +174,7 @@ c_Int32 readFirstByte(ksys_jobParams const* params) {
 }
 
 TEST_F(JobPool, RequestsOwnTheirDataAndReleaseItOnce) {
-  resetTo(2);
+  resetJobPool(2);
   gReleased = 0;
   {
     JobObjects jobs;
@@ -218,7 +212,7 @@ TEST_F(JobPool, AnExceptionOutOfAJobIsRaisedInTheDispatcherAfterTheRest) {
     if (n == 0)
       ASSERT_EQ(ksys_jobShutdown(), 0);
     else
-      resetTo(n);
+      resetJobPool(n);
     JobObjects jobs;
     std::vector<Trace> traces(9);
     for (c_Int32 i = 0; i < 9; ++i) {
@@ -262,7 +256,7 @@ c_Int32 outerJob(ksys_jobParams const* params) {
 }
 
 TEST_F(JobPool, NestedDispatchCompletesAndResetFromAJobIsRefused) {
-  resetTo(2);
+  resetJobPool(2);
   std::vector<Nested> nested(4);
   JobObjects jobs;
   for (Nested& n : nested) jobs.add(&outerJob, &n);
@@ -282,7 +276,7 @@ c_Int32 addOne(ksys_jobParams const* params) {
 }
 
 TEST_F(JobPool, ConcurrentDispatchersAndResetsEachFinishTheirOwnSets) {
-  resetTo(3);
+  resetJobPool(3);
   constexpr int kDispatchers = 4;
   constexpr int kRounds = 30;
   constexpr int kPerSet = 8;
@@ -298,7 +292,7 @@ TEST_F(JobPool, ConcurrentDispatchersAndResetsEachFinishTheirOwnSets) {
     });
   }
   // Resets wait for the pool to go idle; dispatches wait for the reset.
-  for (c_Int32 n : {1, 4, 2, 0, 3}) resetTo(n);
+  for (c_Int32 n : {1, 4, 2, 0, 3}) resetJobPool(n);
   for (std::thread& t : threads) t.join();
   for (auto const& c : counts) EXPECT_EQ(c.load(), kRounds * kPerSet);
   EXPECT_EQ(ksys_jobGetNumThreads(), 3);

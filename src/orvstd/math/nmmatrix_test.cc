@@ -35,8 +35,16 @@ thread_local std::size_t tAllocatedBytes = 0;
   if (void* p = std::malloc(n ? n : 1)) return p;
   throw std::bad_alloc();
 }
+// The no-throw forms too: left to a sanitizer's own, they would hand out
+// blocks that the plain delete above frees as malloc's.
+[[gnu::noinline]] void* operator new(std::size_t n, std::nothrow_t const&) noexcept {
+  ++tAllocations;
+  tAllocatedBytes += n;
+  return std::malloc(n ? n : 1);
+}
 [[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
 [[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+[[gnu::noinline]] void operator delete(void* p, std::nothrow_t const&) noexcept { std::free(p); }
 
 namespace {
 

@@ -4,10 +4,10 @@
 
 #include <cmath>
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include "orvstd/math/testing/reference_lines.h"
 
 namespace {
 
@@ -20,32 +20,21 @@ struct ReferenceCase {
 };
 
 std::vector<ReferenceCase> readReference(std::string const& kind) {
-  std::ifstream in(std::string(ORVSTD_TEST_DATA) + "/roots_reference.txt");
   std::vector<ReferenceCase> cases;
-  std::string line;
-  while (std::getline(in, line)) {
-    std::istringstream f(line);
+  for (ReferenceLine const& line : readReferenceLines("roots_reference.txt", kind)) {
     ReferenceCase c;
-    int n = 0;
-    double k = 0;  // written as a float by the script
-    f >> c.kind >> n;
-    if (c.kind != kind) continue;
-    c.coefficients.resize(n);
-    for (double& x : c.coefficients) f >> x;
-    if (kind == "real") f >> c.low >> c.high;
-    f >> k;
-    c.numbers.resize(static_cast<std::size_t>(kind == "real" ? k : 2 * k));
-    for (double& x : c.numbers) f >> x;
+    c.kind = kind;
+    c.coefficients = line.coefficients;
+    auto numbers = line.rest.begin();
+    if (kind == "real") {
+      c.low = *numbers++;
+      c.high = *numbers++;
+    }
+    ++numbers;  // their count
+    c.numbers.assign(numbers, line.rest.end());
     cases.push_back(c);
   }
   return cases;
-}
-
-std::string describe(std::vector<double> const& v) {
-  std::ostringstream os;
-  os.precision(17);
-  for (double x : v) os << x << ' ';
-  return os.str();
 }
 
 TEST(RealPolynomialRoots, AgreeWithNumpyOnSimpleRoots) {

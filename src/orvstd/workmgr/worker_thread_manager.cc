@@ -6,50 +6,13 @@
 #include "orvstd/archive/archive.h"
 #include "orvstd/except/assert.h"
 #include "orvstd/except/except.h"
-#include "orvstd/kernel/ksys_cleanup.h"
+#include "orvstd/except/internal/kernel_scope.h"
 #include "orvstd/kernel/ksys_jobs.h"
 #include "orvstd/kernel/ksys_memory.h"
 
 namespace {
 
-void check(c_Int32 rc) {
-  if (rc < 0) cfThrowExceptionOnFailure(rc);
-}
-
-// Kernel objects made for one call, each entered on a clean-up list the
-// moment it exists, so that a failure at any later step frees them all.
-class cc_KernelScope {
- public:
-  cc_KernelScope() : tag_(ksys_cleanup_getNextTag()), guard_(&status_, &list_, tag_) {}
-  cc_KernelScope(cc_KernelScope const&) = delete;
-  cc_KernelScope& operator=(cc_KernelScope const&) = delete;
-
-  template <class T>
-  T* make(c_Int32 (*construct)(T**), ksys_cleanupDtor destroy) {
-    T* object = nullptr;
-    check(construct(&object));
-    if (c_Int32 rc = ksys_cleanupPush(&list_, tag_, object, destroy); rc < 0) {
-      destroy(object);
-      check(rc);
-    }
-    return object;
-  }
-
-  // The normal end: runs the list and raises the first failure of it.
-  void finish() {
-    c_Int32 code = 0;
-    ksys_cleanupExecute_(&list_, &status_, &code, tag_);
-    c_Int32 const status = status_;
-    status_ = -1;  // the guard has nothing left to do
-    check(status);
-  }
-
- private:
-  ksys_cleanup_struct_ list_;
-  c_Int32 status_ = 0;
-  c_Int32 tag_;
-  cc_CleanupObject guard_;  // declared last: runs before the list goes
-};
+void check(c_Int32 rc) { cf_CheckKernelStatus(rc); }
 
 void convertJobFailure(c_Int32 code) {
   if (code == ksys_jobBadArgument) throw ccWorkerThreadManagerDefs::BadParams();
