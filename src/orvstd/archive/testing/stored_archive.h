@@ -41,6 +41,20 @@ class LoadArchive : public ccMemoryArchive {
   }
 };
 
+// `v` stored embedded in a plain archive, and the first value of a plain
+// archive loaded into `v`.
+template <class T>
+std::string storedPlain(T const& v, ccArchive::Ordering ordering = ccArchive::eLsbFirst) {
+  ccMemoryArchive out(ordering, false);
+  out << v;
+  return storedBytes(out);
+}
+template <class T>
+void loadPlain(std::string const& bytes, T& v) {
+  LoadArchive in(bytes, false);
+  in >> v;
+}
+
 // One pointer record (and the object behind it, the first time).
 inline void storePointer(ccArchive& ar, ccPersistent* object) {
   ccPersistent* unused = nullptr;
