@@ -7,18 +7,18 @@
 #include <typeinfo>
 
 #include "orvstd/archive/archive.h"
+#include "orvstd/archive/testing/stored_archive.h"
 #include "orvstd/devices/board.h"
+#include "orvstd/except/testing/thrown.h"
 
 namespace {
 
 // Stores `e` through a pointer and loads it back from a fresh archive.
 std::unique_ptr<ccException> roundTrip(ccException& e, bool seekable, ccArchive::Ordering ordering) {
   ccMemoryArchive out(ordering, seekable);
-  ccPersistent* ignored = nullptr;
-  ccPersistent::serializePointer(out, &e, ignored);
-  ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), seekable, false);
-  ccPersistent* loaded = nullptr;
-  ccPersistent::serializePointer(in, nullptr, loaded);
+  storePointer(out, &e);
+  LoadArchive in(out, seekable);
+  ccPersistent* loaded = loadPointer(in);
   EXPECT_TRUE(loaded->isBound());
   return std::unique_ptr<ccException>(dynamic_cast<ccException*>(loaded));
 }
@@ -64,45 +64,23 @@ TEST(ExceptionArchive, FieldsSurviveAndBytesAreExact) {
   // The embedded form of ccArchive::Eof("archive", 729) in a plain archive:
   // prefix, four version bytes (leaf, family, ccException, ccPersistent),
   // then file and line.
-  ccMemoryArchive out(ccArchive::eMsbFirst, false);
-  ccArchive::Eof eof("archive", 729);
-  out << eof;
-  std::string const bytes(out.storage(), out.size());
   std::string const expected("\x02\x00\xF1\x66\x4B\xDF\x00\x00\x00\x00\x07\x22" "archive" "\x22\x00\x00\x02\xD9", 24);
-  EXPECT_EQ(bytes, expected);
+  EXPECT_EQ(storedPlain(ccArchive::Eof("archive", 729), ccArchive::eMsbFirst), expected);
 }
 
 TEST(ExceptionArchive, NewerClassVersionsAreRefused) {
-  ccMemoryArchive out(ccArchive::eLsbFirst, false);
-  ccBadPointer bad;
-  out << bad;
-  std::string bytes(out.storage(), out.size());
+  std::string bytes = storedPlain(ccBadPointer());
   bytes[6] = 1;  // the leaf's version
-  {
-    ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), false, false);
-    ccBadPointer back;
-    try {
-      in >> back;
-      FAIL();
-    } catch (ccArchive::UnknownVersion const& e) {
-      EXPECT_EQ(e.message(false), "ccInvariantFailure");
-    }
-  }
+  ccBadPointer back;
+  EXPECT_EQ(thrownBy<ccArchive::UnknownVersion>([&] { loadPlain(bytes, back); }).message(false),
+            "ccInvariantFailure");
   // The board family tests its version only after its base was read.
-  ccMemoryArchive boardOut(ccArchive::eLsbFirst, false);
-  ccBoard::Timeout timeout("slow", 0);
-  boardOut << timeout;
-  std::string b(boardOut.storage(), boardOut.size());
-  b[7] = 3;  // the family's version
-  ccMemoryArchive in(b.data(), static_cast<c_Int32>(b.size()), false, false);
-  ccBoard::Timeout back;
-  try {
-    in >> back;
-    FAIL();
-  } catch (ccArchive::UnknownVersion const& e) {
-    EXPECT_EQ(e.file(), "ccBoard::Errors class version mismatch");
-    EXPECT_EQ(e.line(), 3);
-  }
+  bytes = storedPlain(ccBoard::Timeout("slow", 0));
+  bytes[7] = 3;  // the family's version
+  ccBoard::Timeout timeout;
+  auto const e = thrownBy<ccArchive::UnknownVersion>([&] { loadPlain(bytes, timeout); });
+  EXPECT_EQ(e.file(), "ccBoard::Errors class version mismatch");
+  EXPECT_EQ(e.line(), 3);
 }
 
 }  // namespace

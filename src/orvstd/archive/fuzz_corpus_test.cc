@@ -10,6 +10,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,33 +18,19 @@
 #include "orvstd/archive/internal/archive_io.h"
 #include "orvstd/archive/testing/fuzz_input.h"
 #include "orvstd/archive/testing/graph_node.h"
+#include "orvstd/archive/testing/stored_archive.h"
 
 namespace {
 
 using Pos = ccArchive::Pos;
 
-std::string bytesOf(ccMemoryArchive const& ar) { return std::string(ar.storage(), ar.size()); }
-
-std::streamoff off(Pos p) { return std::streamoff(p); }
-
 // Writes what the fuzzer's embedded read of kind k expects.
 void writeEmbedded(ccArchive& ar, int k) {
+  auto put = [&](auto e) { ar << e; };
   switch (k % kFuzzEmbeddedTypes) {
-    case 0: {
-      ccArchive::Eof e("archive", 729);
-      ar << e;
-      break;
-    }
-    case 1: {
-      ccArchive::UnknownType e("ccSpline<long>", "archutil", 2136);
-      ar << e;
-      break;
-    }
-    case 2: {
-      ccAssertFailure e(std::string("seed"));
-      ar << e;
-      break;
-    }
+    case 0: return put(ccArchive::Eof("archive", 729));
+    case 1: return put(ccArchive::UnknownType("ccSpline<long>", "archutil", 2136));
+    case 2: return put(ccAssertFailure(std::string("seed")));
     case 3: {
       ccArchiveTestNode inner, outer;
       inner.value = 7;
@@ -52,13 +39,9 @@ void writeEmbedded(ccArchive& ar, int k) {
       outer.left = &inner;
       inner.right = &outer;
       ar || outer;  // nodes are not copyable, as << would need
-      break;
+      return;
     }
-    default: {
-      ccBoard::BadParams e("no board", 5);
-      ar << e;
-      break;
-    }
+    default: return put(ccBoard::BadParams("no board", 5));
   }
 }
 
@@ -83,8 +66,7 @@ void writeOne(ccArchive& ar, int kind, int embeddedStart) {
     case 15: ar << std::u32string(U"units \U0001F600"); break;
     case 16: {
       ccArchive::NotFound e("archutil", 1986);
-      ccPersistent* out = nullptr;
-      ccPersistent::serializePointer(ar, &e, out);
+      storePointer(ar, &e);
       break;
     }
     case 17: writeEmbedded(ar, embeddedStart + kind); break;
@@ -109,28 +91,19 @@ void writeGraph(ccArchive& ar) {
   c.value = 3;
   c.right = &c;
   ccArchive::NotFound notFound("archutil", 1980);
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &a, out);
-  ccPersistent::serializePointer(ar, &b, out);  // known: a reference only
-  ccPersistent::serializePointer(ar, nullptr, out);
-  ccPersistent::serializePointer(ar, &notFound, out);
+  storePointer(ar, &a);
+  storePointer(ar, &b);  // known: a reference only
+  storePointer(ar, nullptr);
+  storePointer(ar, &notFound);
 }
 
-std::string plainOf(ccArchive::Ordering ordering, std::function<void(ccArchive&)> const& fill) {
-  ccMemoryArchive ar(ordering, false);
+std::string archiveOf(ccArchive::Ordering ordering, bool seekable, std::function<void(ccArchive&)> const& fill) {
+  ccMemoryArchive ar(ordering, seekable);
   fill(ar);
-  return bytesOf(ar);
+  return storedBytes(ar);
 }
-
-std::string seekableOf(ccArchive::Ordering ordering, std::function<void(ccArchive&)> const& fill) {
-  ccMemoryArchive ar(ordering, true);
-  fill(ar);
-  return bytesOf(ar);
-}
-
-void put64le(std::string& s, std::size_t at, c_UInt64 v) {
-  for (int i = 0; i < 8; ++i) s[at + i] = static_cast<char>(v >> (8 * i));
-}
+std::string plainOf(ccArchive::Ordering o, std::function<void(ccArchive&)> const& f) { return archiveOf(o, false, f); }
+std::string seekableOf(ccArchive::Ordering o, std::function<void(ccArchive&)> const& f) { return archiveOf(o, true, f); }
 
 // Three wide nodes in a cycle, with the pointer records in the forms that
 // promotion leaves behind: the head record promoted in place (its wide next
@@ -154,12 +127,11 @@ WideSeed wideSeed() {
   a.left = &b;
   b.value = 20;
   b.left = &a;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &a, out);
+  storePointer(ar, &a);
   w.p2 = ar.tell();
-  ccPersistent::serializePointer(ar, &b, out);
-  ccPersistent::serializePointer(ar, nullptr, out);
-  w.bytes = bytesOf(ar);
+  storePointer(ar, &b);
+  storePointer(ar, nullptr);
+  w.bytes = storedBytes(ar);
   ar.mode(ccArchive::eLoad);
   ar.seek(w.p1);
   w.head = cc_ArchiveIO::readPointer(ar).prev;
@@ -170,9 +142,9 @@ WideSeed wideSeed() {
   // Narrow next 22 and previous 0 read the same as one wide next link of 22.
   w.bytes[off(w.head) + 3] = 0x55;
   w.bytes[off(w.p1) + 3] = 0x55;
-  put64le(w.bytes, off(w.p1) + 18, 0);
+  patch(w.bytes, off(w.p1) + 18, c_UInt64{0});
   w.bytes[off(w.p2) + 3] = 0x55;
-  put64le(w.bytes, off(w.p2) + 18, static_cast<c_UInt64>(off(oneTooFar) - off(w.p2)));
+  patch(w.bytes, off(w.p2) + 18, static_cast<c_UInt64>(off(oneTooFar) - off(w.p2)));
   return w;
 }
 
@@ -192,9 +164,8 @@ PromotedSeed promotedSeed() {
   n.right = &other;
   PromotedSeed s;
   s.pointer = ar.tell();
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &n, out);
-  s.bytes = bytesOf(ar);
+  storePointer(ar, &n);
+  s.bytes = storedBytes(ar);
   // The node's record runs to the end: the last record of every chain.
   s.record = Pos(off(s.pointer) + cc_ArchiveIO::kNarrowPointerSize);
   std::size_t const r = static_cast<std::size_t>(off(s.record));
@@ -205,9 +176,9 @@ PromotedSeed promotedSeed() {
   EXPECT_EQ(r + size32, s.bytes.size());
   s.size = c_UInt64{size32} + 8;
   s.bytes[r + 3] = 0x45;
-  put64le(s.bytes, r + 27, s.size);
+  patch(s.bytes, r + 27, s.size);
   s.bytes.append(8, '\0');
-  put64le(s.bytes, r + size32, static_cast<c_UInt64>(static_cast<c_Int64>(offset32)));
+  patch(s.bytes, r + size32, static_cast<c_Int64>(offset32));
   return s;
 }
 
@@ -289,8 +260,7 @@ std::vector<Seed> allSeeds() {
         ar.seek(0, std::ios_base::end);
         // A null pointer turned into a reference to an object stored apart.
         Pos const pointer = ar.tell();
-        ccPersistent* out = nullptr;
-        ccPersistent::serializePointer(ar, nullptr, out);
+        storePointer(ar, nullptr);
         ar.seek(pointer);
         ar.pointerObjectID(id);
         ar.seek(0, std::ios_base::end);
@@ -308,9 +278,13 @@ std::vector<Seed> allSeeds() {
 
 std::string corpusDir() { return std::string(ORVSTD_TEST_DATA) + "/fuzz_corpus/"; }
 
-std::string fileOf(Seed const& s) {
-  std::string f(1, static_cast<char>(s.control));
-  return f + s.archive;
+std::string fileOf(Seed const& s) { return static_cast<char>(s.control) + s.archive; }
+
+Seed seedNamed(std::string const& name) {
+  for (Seed& s : allSeeds())
+    if (s.name == name) return s;
+  ADD_FAILURE() << "no seed " << name;
+  return Seed{"", 0, "\x02\x01"};
 }
 
 TEST(FuzzCorpus, EverySeedOpensWithItsLoaderAndMatchesItsFile) {
@@ -319,7 +293,7 @@ TEST(FuzzCorpus, EverySeedOpensWithItsLoaderAndMatchesItsFile) {
     SCOPED_TRACE(s.name);
     ASSERT_GE(s.archive.size(), 2u);
     bool const seekable = (s.archive[0] & 1) != 0;
-    EXPECT_NO_THROW(ccMemoryArchive(s.archive.data(), static_cast<c_Int32>(s.archive.size()), seekable, false));
+    EXPECT_NO_THROW(LoadArchive(s.archive, seekable));
     std::string const path = corpusDir() + s.name;
     if (write) {
       std::ofstream(path, std::ios::binary) << fileOf(s);
@@ -333,9 +307,7 @@ TEST(FuzzCorpus, EverySeedOpensWithItsLoaderAndMatchesItsFile) {
 
 // Loads the pointers of writeGraph from the current position and checks them.
 void expectGraphAt(ccArchive& in) {
-  ccPersistent* p = nullptr;
-  ccPersistent::serializePointer(in, nullptr, p);
-  auto* a = dynamic_cast<ccArchiveTestNode*>(p);
+  auto* a = loadPointerAs<ccArchiveTestNode>(in);
   ASSERT_NE(a, nullptr);
   EXPECT_EQ(a->value, 1);
   EXPECT_EQ(a->label, "a");
@@ -345,69 +317,48 @@ void expectGraphAt(ccArchive& in) {
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(b->left, a);
   EXPECT_EQ(c->right, c);
-  ccPersistent::serializePointer(in, nullptr, p);
-  EXPECT_EQ(p, b);
-  ccPersistent::serializePointer(in, nullptr, p);
-  EXPECT_EQ(p, nullptr);
-  ccPersistent::serializePointer(in, nullptr, p);
-  auto* notFound = dynamic_cast<ccArchive::NotFound*>(p);
+  EXPECT_EQ(loadPointer(in), b);
+  EXPECT_EQ(loadPointer(in), nullptr);
+  std::unique_ptr<ccArchive::NotFound> notFound(loadPointerAs<ccArchive::NotFound>(in));
   ASSERT_NE(notFound, nullptr);
   EXPECT_EQ(notFound->line(), 1980);
-  delete notFound;
 }
 
 TEST(FuzzCorpus, GraphSeedsLoadBack) {
-  for (Seed const& s : allSeeds()) {
-    std::string const name = s.name;
-    if (name != "plain_pointers" && name != "seekable_objects") continue;
-    SCOPED_TRACE(name);
-    bool const seekable = name == "seekable_objects";
-    {
-      ccMemoryArchive in(s.archive.data(), static_cast<c_Int32>(s.archive.size()), seekable, false);
-      expectGraphAt(in);
-      if (seekable) {
-        // The last pointer, renumbered, reaches the node stored apart.
-        Pos last;
-        for (Pos at = in.firstPointerPos(); ccArchive::isValid(at); at = in.nextPointerPos()) {
-          last = at;
-          in.seek(at);
-        }
-        in.seek(last);
-        ccPersistent* p = nullptr;
-        ccPersistent::serializePointer(in, nullptr, p);
-        auto* standalone = dynamic_cast<ccArchiveTestNode*>(p);
-        ASSERT_NE(standalone, nullptr);
-        EXPECT_EQ(standalone->value, 5);
-        std::vector<c_Int32> ids;
-        for (c_Int32 id = in.firstObjectID(); id != 0; id = in.nextObjectID(id)) ids.push_back(id);
-        EXPECT_EQ(ids, (std::vector<c_Int32>{1, 2, 3, 4, 5}));  // a, b, c, the exception, standalone
-      }
-    }
-    ccArchiveTestNode::deleteAllNodes();
+  {
+    LoadArchive in(seedNamed("plain_pointers").archive, false);
+    expectGraphAt(in);
   }
+  ccArchiveTestNode::deleteAllNodes();
+  {
+    LoadArchive in(seedNamed("seekable_objects").archive);
+    expectGraphAt(in);
+    // The last pointer, renumbered, reaches the node stored apart.
+    std::vector<Pos> const pointers = pointerPositions(in);
+    ASSERT_FALSE(pointers.empty());
+    in.seek(pointers.back());
+    auto* standalone = loadPointerAs<ccArchiveTestNode>(in);
+    ASSERT_NE(standalone, nullptr);
+    EXPECT_EQ(standalone->value, 5);
+    EXPECT_EQ(objectIDs(in), (std::vector<c_Int32>{1, 2, 3, 4, 5}));  // a, b, c, the exception, standalone
+  }
+  ccArchiveTestNode::deleteAllNodes();
 }
 
 TEST(FuzzCorpus, MarkSeedListsItsMarks) {
-  for (Seed const& s : allSeeds()) {
-    if (std::string(s.name) != "seekable_marks") continue;
-    ccMemoryArchive in(s.archive.data(), static_cast<c_Int32>(s.archive.size()), true, false);
-    std::vector<c_Int32> marks;
-    for (c_Int32 m = in.firstMarkNum(); m != 0; m = in.nextMarkNum(m)) marks.push_back(m);
-    EXPECT_EQ(marks, (std::vector<c_Int32>{1, 2, 4, 7}));
-    in.seek(in.findMark(7));
-    in.skipMark();
-    std::string seven;
-    in >> seven;
-    EXPECT_EQ(seven, "seven");
-    return;
-  }
-  FAIL() << "no mark seed";
+  LoadArchive in(seedNamed("seekable_marks").archive);
+  EXPECT_EQ(markNumbers(in), (std::vector<c_Int32>{1, 2, 4, 7}));
+  in.seek(in.findMark(7));
+  in.skipMark();
+  std::string seven;
+  in >> seven;
+  EXPECT_EQ(seven, "seven");
 }
 
 TEST(FuzzCorpus, PromotedPointerFormsReadBackSmall) {
   WideSeed const w = wideSeed();
   {
-    ccMemoryArchive in(w.bytes.data(), static_cast<c_Int32>(w.bytes.size()), true, false);
+    LoadArchive in(w.bytes);
     auto read = [&](Pos p) {
       in.seek(p);
       return cc_ArchiveIO::readPointer(in);
@@ -424,9 +375,7 @@ TEST(FuzzCorpus, PromotedPointerFormsReadBackSmall) {
     EXPECT_EQ(p2.prev, w.p2Prev);  // stored one record too far back, resolved
     EXPECT_EQ(in.firstPointerPos(), w.p1);
     in.seek(w.p1);
-    ccPersistent* p = nullptr;
-    ccPersistent::serializePointer(in, nullptr, p);
-    auto* a = dynamic_cast<ccArchiveTestNode*>(p);
+    auto* a = loadPointerAs<ccArchiveTestNode>(in);
     ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->value, 10);
     auto* b = dynamic_cast<ccArchiveTestNode*>(a->left);
@@ -440,7 +389,7 @@ TEST(FuzzCorpus, PromotedPointerFormsReadBackSmall) {
 TEST(FuzzCorpus, PromotedObjectRecordReadsBackSmall) {
   PromotedSeed const s = promotedSeed();
   {
-    ccMemoryArchive in(s.bytes.data(), static_cast<c_Int32>(s.bytes.size()), true, false);
+    LoadArchive in(s.bytes);
     in.seek(s.record);
     cc_ArchiveIO::ObjectRecord const r = cc_ArchiveIO::readObjectRecord(in, true);
     EXPECT_TRUE(r.promoted);
@@ -450,9 +399,7 @@ TEST(FuzzCorpus, PromotedObjectRecordReadsBackSmall) {
     in.seek(r.pointerPos);
     EXPECT_EQ(in.pointerObjectID(), 0);  // the left link, null
     in.seek(s.pointer);
-    ccPersistent* p = nullptr;
-    ccPersistent::serializePointer(in, nullptr, p);
-    auto* n = dynamic_cast<ccArchiveTestNode*>(p);
+    auto* n = loadPointerAs<ccArchiveTestNode>(in);
     ASSERT_NE(n, nullptr);
     EXPECT_EQ(n->value, 42);
     EXPECT_EQ(n->label, "promoted");

@@ -11,6 +11,8 @@
 #include "orvstd/archive/internal/archive_io.h"
 #include "orvstd/archive/internal/archive_rep.h"
 #include "orvstd/archive/persistent_handle.h"
+#include "orvstd/archive/testing/stored_archive.h"
+#include "orvstd/except/testing/thrown.h"
 
 // A shared, persistent body that refers to another through a handle.
 class ccGraphBody : public ccRepBase, public ccPersistent {
@@ -53,7 +55,7 @@ TEST(HandleGraph, SharedBodiesStayShared) {
   out || b;  // known: a reference only
   EXPECT_EQ(out.nextObjectID(2), 0);
 
-  ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), true, false);
+  LoadArchive in(out);
   ccPtrHandle<ccGraphBody> la, lb;
   in || la;
   in || lb;
@@ -73,14 +75,9 @@ TEST(HandleGraph, ABodyOfAnotherClassIsATypedErrorNotABadCast) {
   ccMemoryArchive out(ccArchive::eLsbFirst, false);
   out || other;
   out || other;
-  ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), false, false);
+  LoadArchive in(out, false);
   ccPtrHandle<ccGraphBody> wrong;
-  try {
-    in || wrong;
-    FAIL();
-  } catch (ccArchive::BadType const& e) {
-    EXPECT_EQ(e.line(), 2240);
-  }
+  EXPECT_EQ(thrownBy<ccArchive::BadType>([&] { in || wrong; }).line(), 2240);
   EXPECT_FALSE(wrong);
   // The refused body stays with the archive: a later pointer to it is NotFound.
   ccPtrHandle<ccGraphOther> again;
@@ -211,7 +208,7 @@ TEST(GraphThreads, TwoArchivesAtOnceWithMutationsBetween) {
       ccMemoryArchive out(ccArchive::eLsbFirst, round % 2 == 0);
       out || chain[0];
       out || shared;
-      ccMemoryArchive in(out.storage(), static_cast<c_Int32>(out.size()), round % 2 == 0, false);
+      LoadArchive in(out, round % 2 == 0);
       ccPtrHandle<ccGraphBody> head, other;
       in || head;
       in || other;

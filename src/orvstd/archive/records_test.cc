@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,8 @@
 #include "orvstd/archive/internal/archive_io.h"
 #include "orvstd/archive/testing/graph_node.h"
 #include "orvstd/archive/testing/sparse_streambuf.h"
+#include "orvstd/archive/testing/stored_archive.h"
+#include "orvstd/except/testing/thrown.h"
 
 // A persistent node with one pointer, for object records.
 class ccRecTestNode : public ccPersistent {
@@ -44,12 +47,14 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 using Pos = ccArchive::Pos;
 
-Bytes bytesOf(ccMemoryArchive const& ar) {
-  auto const* p = reinterpret_cast<unsigned char const*>(ar.storage());
-  return Bytes(p, p + ar.size());
+// `n` bytes of `s` from `at`.
+Bytes slice(std::string const& s, std::streamoff at, std::size_t n) {
+  auto const* p = reinterpret_cast<unsigned char const*>(s.data()) + at;
+  return Bytes(p, p + n);
 }
+Bytes const kZero4{0, 0, 0, 0};
 
-std::streamoff off(Pos p) { return std::streamoff(p); }
+ccArchive::Ordering orderingOf(bool msb) { return msb ? ccArchive::eMsbFirst : ccArchive::eLsbFirst; }
 
 // The preamble of an empty seekable archive, hand-assembled.
 Bytes preamble(bool msb) {
@@ -75,14 +80,10 @@ Bytes preamble(bool msb) {
 
 TEST(SeekablePreamble, ByteExactInBothOrderingsAndClosedAtTheEnd) {
   for (bool msb : {false, true}) {
-    ccMemoryArchive* ar = new ccMemoryArchive(msb ? ccArchive::eMsbFirst : ccArchive::eLsbFirst, true);
     Bytes open = preamble(msb);
     open.insert(open.end(), {0xFF, 0xFF, 0xFF, 0xFF});
-    EXPECT_EQ(bytesOf(*ar), open);
-    // The buffer outlives the archive object only through a copy.
-    std::string copy(ar->storage(), ar->size());
-    delete ar;
-    (void)copy;
+    std::string const bytes = storedBytes(ccMemoryArchive(orderingOf(msb), true));
+    EXPECT_EQ(slice(bytes, 0, bytes.size()), open);
   }
   // The closed flag is written by the destructor: check it on a file.
   std::string const path = ::testing::TempDir() + "orvstd_closed_flag.bin";
@@ -99,11 +100,9 @@ TEST(SeekablePreamble, ByteExactInBothOrderingsAndClosedAtTheEnd) {
 }
 
 TEST(SeekablePreamble, SeekableBitMustMatch) {
-  ccMemoryArchive out(ccArchive::eLsbFirst, true);
-  EXPECT_THROW(ccMemoryArchive(out.storage(), static_cast<c_Int32>(out.size()), false, false), ccArchive::BadType);
   ccMemoryArchive plain(ccArchive::eLsbFirst, false);
-  EXPECT_THROW(ccMemoryArchive(plain.storage(), static_cast<c_Int32>(plain.size()), true, false),
-               ccArchive::BadType);
+  EXPECT_THROW(LoadArchive(ccMemoryArchive(ccArchive::eLsbFirst, true), false), ccArchive::BadType);
+  EXPECT_THROW(LoadArchive(plain, true), ccArchive::BadType);
   EXPECT_THROW(plain.firstMarkNum(), ccArchive::NotSeekable);
   EXPECT_THROW(plain.mode(ccArchive::eLoad), ccArchive::NotSeekable);
 }
@@ -150,15 +149,12 @@ TEST(Marks, WriteFindWalkRenumberRemove) {
   ar.removeMark();
   EXPECT_EQ(ar.nextMarkNum(1), 4);
   EXPECT_EQ(ar.findMark(3), ccArchive::invalidPos());
-  Bytes b = bytesOf(ar);
-  EXPECT_EQ(Bytes(b.begin() + off(three), b.begin() + off(three) + 4), (Bytes{0, 0, 0, 0}));
+  EXPECT_EQ(slice(storedBytes(ar), off(three), 4), kZero4);
   ar.seek(0, std::ios_base::end);
 
   // Read back through a loading archive.
-  ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), true, false);
-  std::vector<c_Int32> numbers;
-  for (c_Int32 n = in.firstMarkNum(); n != 0; n = in.nextMarkNum(n)) numbers.push_back(n);
-  EXPECT_EQ(numbers, (std::vector<c_Int32>{1, 4, 5, 10}));
+  LoadArchive in(ar);
+  EXPECT_EQ(markNumbers(in), (std::vector<c_Int32>{1, 4, 5, 10}));
   in.seek(in.findMark(4));
   c_Int32 num = 0, value = 0;
   in.readMark(num);
@@ -184,19 +180,15 @@ TEST(Objects, StoreListsAndLoadsWithSharedPointers) {
   b.value = 2;
   a.link = &b;
   b.link = &a;  // a cycle
-  ccPersistent* out = nullptr;
   Pos const first = ar.tell();
-  ccPersistent::serializePointer(ar, &a, out);
-  ccPersistent::serializePointer(ar, &a, out);  // a second sight: a reference only
+  storePointer(ar, &a);
+  storePointer(ar, &a);  // a second sight: a reference only
   EXPECT_TRUE(a.isBound());
-  EXPECT_EQ(ar.firstObjectID(), 1);
-  EXPECT_EQ(ar.nextObjectID(1), 2);
-  EXPECT_EQ(ar.nextObjectID(2), 0);
+  EXPECT_EQ(objectIDs(ar), (std::vector<c_Int32>{1, 2}));
 
-  Bytes bytes = bytesOf(ar);
   // Pointer records: magic, layout, id, flag.
-  auto pointerAt = [&](std::streamoff at) { return Bytes(bytes.begin() + at, bytes.begin() + at + 10); };
-  EXPECT_EQ(pointerAt(off(first)), (Bytes{0x4F, 0xE5, 0x70, 0x54, 0, 1, 0, 0, 0, 1}));
+  std::string const bytes = storedBytes(ar);
+  EXPECT_EQ(slice(bytes, off(first), 10), (Bytes{0x4F, 0xE5, 0x70, 0x54, 0, 1, 0, 0, 0, 1}));
   Pos const aRecord = ar.findObject(1);
   ar.seek(aRecord);
   c_Int32 id = 0;
@@ -207,17 +199,14 @@ TEST(Objects, StoreListsAndLoadsWithSharedPointers) {
   EXPECT_EQ(ar.objectTypeName(), "ccRecTestNode");
   EXPECT_EQ(off(aRecord), off(first) + 18);
   EXPECT_GT(off(firstPointer), off(aRecord));
-  EXPECT_EQ(pointerAt(off(firstPointer)), (Bytes{0x4F, 0xE5, 0x70, 0x54, 0, 2, 0, 0, 0, 1}));
+  EXPECT_EQ(slice(bytes, off(firstPointer), 10), (Bytes{0x4F, 0xE5, 0x70, 0x54, 0, 2, 0, 0, 0, 1}));
   ar.seek(0, std::ios_base::end);
 
-  ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), true, false);
+  LoadArchive in(ar);
   in.seek(first);
-  ccPersistent *p1 = nullptr, *p2 = nullptr;
-  ccPersistent::serializePointer(in, nullptr, p1);
-  ccPersistent::serializePointer(in, nullptr, p2);
-  auto* la = dynamic_cast<ccRecTestNode*>(p1);
+  auto* la = loadPointerAs<ccRecTestNode>(in);
   ASSERT_NE(la, nullptr);
-  EXPECT_EQ(p2, p1);
+  EXPECT_EQ(loadPointer(in), la);
   EXPECT_EQ(la->value, 1);
   ASSERT_NE(la->link, nullptr);
   EXPECT_EQ(la->link->value, 2);
@@ -230,95 +219,75 @@ TEST(Objects, MutatingForgetsTheObjectAndEverythingReferringToIt) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ccRecTestNode a, b;
   a.link = &b;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &a, out);
-  ccPersistent::serializePointer(ar, &a, out);  // known: no new record
-  EXPECT_EQ(ar.nextObjectID(2), 0);
+  storePointer(ar, &a);
+  storePointer(ar, &a);  // known: no new record
+  EXPECT_EQ(objectIDs(ar), (std::vector<c_Int32>{1, 2}));
   b = ccRecTestNode();  // assignment is a change
   EXPECT_FALSE(b.isBound());
-  ccPersistent::serializePointer(ar, &a, out);
-  EXPECT_EQ(ar.nextObjectID(2), 3);  // a and b again, with new ids
-  EXPECT_EQ(ar.nextObjectID(3), 4);
-  EXPECT_EQ(ar.nextObjectID(4), 0);
+  storePointer(ar, &a);
+  EXPECT_EQ(objectIDs(ar), (std::vector<c_Int32>{1, 2, 3, 4}));  // a and b again, with new ids
 }
 
 TEST(Objects, AFailingStoreLeavesAZeroedRecordOutOfTheChain) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
-  ccRecTestNode ok;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &ok, out);
-  // A node whose pointer leads to an object that cannot be stored.
-  class Unregistered : public ccRecTestNode {};
-  Unregistered bad;
-  bad.link = reinterpret_cast<ccRecTestNode*>(&bad);
-  ccRecTestNode holder;
+  ccRecTestNode ok, holder;
+  storePointer(ar, &ok);
   holder.link = &ok;
   struct Thrower : public ccRecTestNode {
    protected:
     void dispatchSerialize(ccArchive&) override { throw ccInvariantFailure(); }
   } thrower;
   Pos const before = ar.tell();
-  EXPECT_THROW(ccPersistent::serializePointer(ar, &thrower, out), ccInvariantFailure);
+  EXPECT_THROW(storePointer(ar, &thrower), ccInvariantFailure);
   EXPECT_EQ(ar.tell(), before);
   EXPECT_FALSE(thrower.isBound());
-  Bytes bytes = bytesOf(ar);
-  EXPECT_EQ(Bytes(bytes.begin() + off(before) + 18, bytes.begin() + off(before) + 22), (Bytes{0, 0, 0, 0}));
-  std::vector<c_Int32> ids;
-  for (c_Int32 id = ar.firstObjectID(); id != 0; id = ar.nextObjectID(id)) ids.push_back(id);
-  EXPECT_EQ(ids, (std::vector<c_Int32>{1}));
+  EXPECT_EQ(slice(storedBytes(ar), off(before) + 18, 4), kZero4);
+  EXPECT_EQ(objectIDs(ar), (std::vector<c_Int32>{1}));
   // The pointer chain no longer leads to the failed pointer record.
-  ccPersistent::serializePointer(ar, &holder, out);
-  std::vector<std::streamoff> pointers;
+  storePointer(ar, &holder);
   ar.mode(ccArchive::eLoad);
-  for (Pos p = ar.firstPointerPos(); ccArchive::isValid(p);) {
-    pointers.push_back(off(p));
-    ar.seek(p);
-    p = ar.nextPointerPos();
-  }
-  EXPECT_EQ(pointers.size(), 4u);  // ok, holder, holder's pointer to ok, ok's null link
+  EXPECT_EQ(pointerPositions(ar).size(), 4u);  // ok, holder, holder's pointer to ok, ok's null link
+}
+
+// The position of the stored (substituted) type name of `name` in `bytes`.
+std::size_t storedNameAt(std::string const& bytes, std::string name) {
+  for (char& c : name) c = static_cast<char>(cc_ArchiveIO::substitute(static_cast<unsigned char>(c)));
+  name[0] = static_cast<char>(name[0] | 0x80);
+  return bytes.find(name);
 }
 
 TEST(Objects, UnknownTypeIsListedButNotLoaded) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ccRecTestNode n;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &n, out);
-  std::string bytes(ar.storage(), ar.size());
-  // Change one character of the stored (substituted) name.
-  std::string stored = "ccRecTestNode";
-  for (char& c : stored) c = static_cast<char>(cc_ArchiveIO::substitute(static_cast<unsigned char>(c)));
-  stored[0] = static_cast<char>(stored[0] | 0x80);
-  auto at = bytes.find(stored);
+  storePointer(ar, &n);
+  std::string bytes = storedBytes(ar);
+  // Change one character of the stored name.
+  std::size_t const at = storedNameAt(bytes, "ccRecTestNode");
   ASSERT_NE(at, std::string::npos);
   bytes[at + 3] = static_cast<char>(cc_ArchiveIO::substitute('X'));
-  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+  LoadArchive in(bytes);
   EXPECT_EQ(in.firstObjectID(), 1);
   in.seek(in.findObject(1));
   EXPECT_EQ(in.objectTypeName(), "ccRXcTestNode");
-  try {
-    delete in.loadObject();
-    FAIL();
-  } catch (ccArchive::UnknownType const& e) {
-    EXPECT_EQ(e.name(), "ccRXcTestNode");
-    EXPECT_EQ(e.line(), 2136);
-  }
+  auto const e = thrownBy<ccArchive::UnknownType>([&] { delete in.loadObject(); });
+  EXPECT_EQ(e.name(), "ccRXcTestNode");
+  EXPECT_EQ(e.line(), 2136);
 }
 
 TEST(Pointers, RenumberAndRemove) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
-  ccPersistent* out = nullptr;
   ccRecTestNode n;
   Pos const p1 = ar.tell();
-  ccPersistent::serializePointer(ar, nullptr, out);
+  storePointer(ar, nullptr);
   Pos const p2 = ar.tell();
-  ccPersistent::serializePointer(ar, &n, out);  // flag 1, object 1 right behind
+  storePointer(ar, &n);  // flag 1, object 1 right behind
   Pos const end = ar.tell();
   ar.seek(p1);
   ar.pointerObjectID(1);  // object 1 is not behind p1
   ar.seek(p2);
   ar.pointerObjectID(1);
   ar.mode(ccArchive::eLoad);
-  Bytes b = bytesOf(ar);
+  std::string const b = storedBytes(ar);
   EXPECT_EQ(b[off(p1) + 9], 0);
   EXPECT_EQ(b[off(p2) + 9], 1);
   ar.seek(p1);
@@ -333,29 +302,26 @@ TEST(Pointers, RenumberAndRemove) {
 TEST(Objects, RemoveUnlinksAndRenumberedPointersGetTheirFlag) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ccRecTestNode a, b;
-  ccPersistent* out = nullptr;
   Pos const pa = ar.tell();
-  ccPersistent::serializePointer(ar, &a, out);
+  storePointer(ar, &a);
   Pos const pb = ar.tell();
-  ccPersistent::serializePointer(ar, &b, out);
+  storePointer(ar, &b);
   Pos const end = ar.tell();
   // Renumber b's pointer to a: another object (b) stands behind it and the
   // old flag was set, so the record behind must be skipped: flag 2.
   ar.seek(pb);
   ar.pointerObjectID(1);
-  Bytes bytes = bytesOf(ar);
-  EXPECT_EQ(bytes[off(pb) + 9], 2);
+  EXPECT_EQ(storedBytes(ar)[off(pb) + 9], 2);
   ar.seek(pb);
   ar.pointerObjectID(0);
-  EXPECT_EQ(bytesOf(ar)[off(pb) + 9], 0);
+  EXPECT_EQ(storedBytes(ar)[off(pb) + 9], 0);
   // Remove a's record: the chain goes straight to b's.
   ar.seek(ar.findObject(1));
   Pos const recordA = ar.tell();
   ar.removeObject();
   EXPECT_EQ(ar.firstObjectID(), 2);
   EXPECT_EQ(ar.findObject(1), ccArchive::invalidPos());
-  bytes = bytesOf(ar);
-  EXPECT_EQ(Bytes(bytes.begin() + off(recordA), bytes.begin() + off(recordA) + 4), (Bytes{0, 0, 0, 0}));
+  EXPECT_EQ(slice(storedBytes(ar), off(recordA), 4), kZero4);
   ar.seek(end);
   ar.mode(ccArchive::eLoad);
   ar.seek(pa);
@@ -364,14 +330,13 @@ TEST(Objects, RemoveUnlinksAndRenumberedPointersGetTheirFlag) {
 
 TEST(Promotion, PointerGapAboveTwoGigabytes) {
   SparseArchive ar;
-  ccPersistent* out = nullptr;
   Pos const p1 = ar.tell();
-  ccPersistent::serializePointer(ar, nullptr, out);
+  storePointer(ar, nullptr);
   ar.seek(c_Int64{3} << 30, std::ios_base::cur);
   Pos const p2 = ar.tell();
-  ccPersistent::serializePointer(ar, nullptr, out);
+  storePointer(ar, nullptr);
   Pos const p3 = ar.tell();
-  ccPersistent::serializePointer(ar, nullptr, out);
+  storePointer(ar, nullptr);
   EXPECT_LT(ar.buffer().pagesHeld(), 8u);
 
   ar.mode(ccArchive::eLoad);
@@ -411,19 +376,14 @@ TEST(Promotion, PointerGapAboveTwoGigabytes) {
 
 TEST(Promotion, RemovingAPointerMayNotOpenANarrowGap) {
   SparseArchive ar;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, nullptr, out);
+  storePointer(ar, nullptr);
   Pos const p2 = ar.tell();
-  ccPersistent::serializePointer(ar, nullptr, out);
+  storePointer(ar, nullptr);
   ar.seek(c_Int64{3} << 30, std::ios_base::cur);
-  ccPersistent::serializePointer(ar, nullptr, out);  // promotes p2, p1 stays narrow
+  storePointer(ar, nullptr);  // promotes p2, p1 stays narrow
   ar.seek(p2);
-  try {
-    ar.removePointer();
-    FAIL();
-  } catch (ccArchive::BadType const& e) {
-    EXPECT_EQ(e.message(false), "Cannot remove a pointer that would create a gap larger than 2GB");
-  }
+  EXPECT_EQ(thrownBy<ccArchive::BadType>([&] { ar.removePointer(); }).message(false),
+            "Cannot remove a pointer that would create a gap larger than 2GB");
 }
 
 TEST(Promotion, ObjectSizeAboveFourGigabytes) {
@@ -431,9 +391,8 @@ TEST(Promotion, ObjectSizeAboveFourGigabytes) {
   ccRecTestNode big, after;
   big.bodyGap = c_Int64{5} << 30;
   big.value = 9;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &big, out);
-  ccPersistent::serializePointer(ar, &after, out);
+  storePointer(ar, &big);
+  storePointer(ar, &after);
   ar.mode(ccArchive::eLoad);
   ar.seek(ar.findObject(1));
   c_Int32 id = 0;
@@ -452,10 +411,7 @@ TEST(Promotion, ObjectSizeAboveFourGigabytes) {
 
   // The promoted object loads back, its pointer found through the moved offset.
   ar.seek(Pos(95));
-  ccPersistent* loaded = nullptr;
-  ccRecTestNode fresh;  // a new archive view: load through the same stream
-  ccPersistent::serializePointer(ar, nullptr, loaded);
-  auto* node = dynamic_cast<ccRecTestNode*>(loaded);
+  ccRecTestNode const* node = loadPointerAs<ccRecTestNode>(ar);  // the archive's known object
   ASSERT_NE(node, nullptr);
   EXPECT_EQ(node->value, 9);
 }
@@ -470,43 +426,40 @@ Bytes field32(c_UInt32 v, bool msb) {
 
 TEST(RecordBytes, MarkObjectAndPointerRecordsInBothOrderings) {
   for (bool msb : {true, false}) {
-    ccMemoryArchive ar(msb ? ccArchive::eMsbFirst : ccArchive::eLsbFirst, true);
+    ccMemoryArchive ar(orderingOf(msb), true);
     ar.setStartingID(0x01020304);
     ar.writeNewMark(7);
     ccAssertFailure object;
-    ccPersistent* out = nullptr;
-    ccPersistent::serializePointer(ar, &object, out);
-    Bytes const b = bytesOf(ar);
-    Bytes got(b.begin() + 95, b.end());
+    storePointer(ar, &object);
+    std::string const b = storedBytes(ar);
     Bytes expected;
     auto add = [&](Bytes const& part) { expected.insert(expected.end(), part.begin(), part.end()); };
-    Bytes const zero4{0, 0, 0, 0};
     // mark 7: no next; previous is the head mark at 2, 93 bytes back
     add({0x61, 0x13, 0x4D, 0x6B, 0});
     add(field32(7, msb));
-    add(zero4);
+    add(kZero4);
     add(field32(static_cast<c_UInt32>(-93), msb));
-    add(zero4);
+    add(kZero4);
     add(field32(0xFFFFFFFF, msb));
     add({0});
     // pointer: layout 0, id, flag 1, next 0, previous: the head pointer at 73, 48 back
     add({0x4F, 0xE5, 0x70, 0x54, 0});
     add(field32(0x01020304, msb));
     add({1});
-    add(zero4);
+    add(kZero4);
     add(field32(static_cast<c_UInt32>(-48), msb));
     // object record: id, no next, previous the head object at 28 (111 back)
     add({0x6F, 0x8B, 0x68, 0x44, 0});
     add(field32(0x01020304, msb));
-    add(zero4);
+    add(kZero4);
     add(field32(static_cast<c_UInt32>(-111), msb));
-    add(zero4);
+    add(kZero4);
     add(field32(0xFFFFFFFF, msb));
     add({0});
     // layout 0, size 64, no pointer inside, type block
     add({0});
     add(field32(64, msb));
-    add(zero4);
+    add(kZero4);
     add({0, 0, 15, 0x22});
     std::string name = "ccAssertFailure";
     for (std::size_t i = 0; i < name.size(); ++i) {
@@ -515,10 +468,10 @@ TEST(RecordBytes, MarkObjectAndPointerRecordsInBothOrderings) {
     }
     add({0x22, 0, 0});
     add({0, 0, 0, 0, 0, 0x22, 0x22});  // body: four versions, an empty text
-    EXPECT_EQ(got, expected) << (msb ? "msb" : "lsb");
+    EXPECT_EQ(slice(b, 95, b.size() - 95), expected) << (msb ? "msb" : "lsb");
     // The head object now links forward to it, and the head pointer too.
-    EXPECT_EQ(Bytes(b.begin() + 28 + 9, b.begin() + 28 + 13), field32(0x6F, msb));
-    EXPECT_EQ(Bytes(b.begin() + 73 + 10, b.begin() + 73 + 14), field32(0x30, msb));
+    EXPECT_EQ(slice(b, 28 + 9, 4), field32(0x6F, msb));
+    EXPECT_EQ(slice(b, 73 + 10, 4), field32(0x30, msb));
   }
 }
 
@@ -568,8 +521,7 @@ TEST(SeekableStream, AppendContinuesNumbersAndChains) {
     ccFileArchive out(path, ccArchive::eStore, ccArchive::eLsbFirst, true);
     out.writeNewMark(1);
     ccAssertFailure a("first");
-    ccPersistent* p = nullptr;
-    ccPersistent::serializePointer(out, &a, p);
+    storePointer(out, &a);
   }
   {
     ccFileArchive more(path, ccArchive::eLoad, ccArchive::eLsbFirst, true, false);
@@ -577,21 +529,16 @@ TEST(SeekableStream, AppendContinuesNumbersAndChains) {
     EXPECT_TRUE(more.isStoring());
     EXPECT_EQ(more.writeNewMark(0), 2);
     ccAssertFailure b("second");
-    ccPersistent* p = nullptr;
-    ccPersistent::serializePointer(more, &b, p);
+    storePointer(more, &b);
   }
   ccFileArchive in(path, ccArchive::eLoad, ccArchive::eLsbFirst, true, true);
   EXPECT_EQ(in.lastMarkNum(), 2);
   EXPECT_EQ(in.nextObjectID(1), 2);
   std::vector<std::string> texts;
-  for (Pos p = in.firstPointerPos(); ccArchive::isValid(p);) {
+  for (Pos p : pointerPositions(in)) {
     in.seek(p);
-    Pos const next = in.nextPointerPos();
-    ccPersistent* obj = nullptr;
-    ccPersistent::serializePointer(in, nullptr, obj);
-    texts.push_back(dynamic_cast<ccException*>(obj)->message(false));
-    delete obj;
-    p = next;
+    std::unique_ptr<ccException> e(loadPointerAs<ccException>(in));
+    texts.push_back(e->message(false));
   }
   EXPECT_EQ(texts, (std::vector<std::string>{"first", "second"}));
   std::remove(path.c_str());
@@ -631,17 +578,26 @@ std::vector<ccRecTestNode> chainOf(int depth) {
   return nodes;
 }
 
+// Frees a loaded chain and tells the values it held, in order.
+std::vector<c_Int32> freeChain(ccPersistent* loaded) {
+  std::vector<c_Int32> values;
+  for (auto* n = dynamic_cast<ccRecTestNode*>(loaded); n != nullptr;) {
+    values.push_back(n->value);
+    ccRecTestNode* next = n->link;
+    delete n;
+    n = next;
+  }
+  return values;
+}
+
 TEST(DamagedInput, NestingDeeperThanTheStackIsRefused) {
   std::vector<ccRecTestNode> nodes = chainOf(1500);
   ccMemoryArchive ar(ccArchive::eLsbFirst, false);
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &nodes[0], out);
-
+  storePointer(ar, &nodes[0]);
   // Loaded on a thread with a small stack: a typed error, not an overflow.
   std::string const outcome = onThreadWithStack(512 * 1024, [&] {
-    ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), false, false);
-    ccPersistent* loaded = nullptr;
-    ccPersistent::serializePointer(in, nullptr, loaded);
+    LoadArchive in(ar, false);
+    loadPointer(in);
     return std::string("loaded");
   });
   EXPECT_EQ(outcome, "BadContent 2226");
@@ -651,8 +607,7 @@ TEST(Objects, StoringAGraphDeeperThanTheStackIsRefusedAndLeavesTheArchiveUsable)
   std::vector<ccRecTestNode> nodes = chainOf(1500);
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   std::string const outcome = onThreadWithStack(512 * 1024, [&] {
-    ccPersistent* out = nullptr;
-    ccPersistent::serializePointer(ar, &nodes[0], out);
+    storePointer(ar, &nodes[0]);
     return std::string("stored");
   });
   EXPECT_EQ(outcome, "BadContent 2227");
@@ -660,22 +615,10 @@ TEST(Objects, StoringAGraphDeeperThanTheStackIsRefusedAndLeavesTheArchiveUsable)
   // archive takes the next graph as if nothing had happened.
   EXPECT_EQ(ar.firstObjectID(), 0);
   std::vector<ccRecTestNode> small = chainOf(3);
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &small[0], out);
-  ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), true, false);
-  std::vector<c_Int32> values;
-  for (c_Int32 id = in.firstObjectID(); id != 0; id = in.nextObjectID(id)) values.push_back(id);
-  EXPECT_EQ(values.size(), 3u);
-  ccPersistent* loaded = nullptr;
-  ccPersistent::serializePointer(in, nullptr, loaded);
-  values.clear();
-  for (auto* n = dynamic_cast<ccRecTestNode*>(loaded); n != nullptr;) {
-    values.push_back(n->value);
-    ccRecTestNode* next = n->link;
-    delete n;
-    n = next;
-  }
-  EXPECT_EQ(values, (std::vector<c_Int32>{0, 1, 2}));
+  storePointer(ar, &small[0]);
+  LoadArchive in(ar);
+  EXPECT_EQ(objectIDs(in).size(), 3u);
+  EXPECT_EQ(freeChain(loadPointer(in)), (std::vector<c_Int32>{0, 1, 2}));
 }
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -698,79 +641,91 @@ TEST(Objects, ChainsThousandsDeepStoreAndLoadOnAnOrdinaryStack) {
   for (bool seekable : {false, true}) {
     std::string const outcome = onThreadWithStack((8 << 20) * kSanitizerStackScale, [&] {
       ccMemoryArchive ar(ccArchive::eMsbFirst, seekable);
-      ccPersistent* out = nullptr;
-      ccPersistent::serializePointer(ar, &nodes[0], out);
-      ccMemoryArchive in(ar.storage(), static_cast<c_Int32>(ar.size()), seekable, false);
-      ccPersistent* loaded = nullptr;
-      ccPersistent::serializePointer(in, nullptr, loaded);
-      int depth = 0;
-      std::string wrong;
-      for (auto* n = dynamic_cast<ccRecTestNode*>(loaded); n != nullptr; ++depth) {
-        if (n->value != depth && wrong.empty()) wrong = "value " + std::to_string(n->value) + " at depth " + std::to_string(depth);
-        ccRecTestNode* next = n->link;
-        delete n;
-        n = next;
-      }
-      return wrong.empty() ? "depth " + std::to_string(depth) : wrong;
+      storePointer(ar, &nodes[0]);
+      LoadArchive in(ar, seekable);
+      std::vector<c_Int32> const values = freeChain(loadPointer(in));
+      for (std::size_t depth = 0; depth < values.size(); ++depth)
+        if (values[depth] != static_cast<c_Int32>(depth))
+          return "value " + std::to_string(values[depth]) + " at depth " + std::to_string(depth);
+      return "depth " + std::to_string(values.size());
     });
     EXPECT_EQ(outcome, "depth " + std::to_string(kDepth)) << (seekable ? "seekable" : "plain");
   }
 }
 
-TEST(DamagedInput, TruncatedAndLoopingArchivesRaiseTypedErrors) {
+// A seekable archive with marks 1 and 2 and a node.
+std::string marksAndANode() {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ar.writeNewMark(1);
   ar.writeNewMark(2);
   ccRecTestNode n;
-  ccPersistent* out = nullptr;
-  ccPersistent::serializePointer(ar, &n, out);
-  std::string const good(ar.storage(), ar.size());
+  storePointer(ar, &n);
+  return storedBytes(ar);
+}
+
+TEST(DamagedInput, TruncatedAndLoopingArchivesRaiseTypedErrors) {
+  std::string const good = marksAndANode();
   for (std::size_t cut = 0; cut < good.size(); cut += 7) {
     try {
-      ccMemoryArchive in(good.data(), static_cast<c_Int32>(cut), true, false);
-      for (c_Int32 m = in.firstMarkNum(); m != 0; m = in.nextMarkNum(m)) {
-      }
-      for (c_Int32 o = in.firstObjectID(); o != 0; o = in.nextObjectID(o)) {
-      }
+      LoadArchive in(good.substr(0, cut));
+      markNumbers(in);
+      objectIDs(in);
     } catch (ccArchive::Errors const&) {
     }
   }
   // Mark 2's next link points back at mark 1: a loop.
   std::string looped = good;
-  ccMemoryArchive probe(good.data(), static_cast<c_Int32>(good.size()), true, false);
+  LoadArchive probe(good);
   std::streamoff const m1 = off(probe.findMark(1)), m2 = off(probe.findMark(2));
-  c_Int32 back = static_cast<c_Int32>(m1 - m2);
-  std::memcpy(&looped[m2 + 9], &back, 4);
-  std::memset(&looped[m2 + 17], 0xFF, 4);  // the high half of a negative link
-  ccMemoryArchive in(looped.data(), static_cast<c_Int32>(looped.size()), true, false);
+  patch(looped, m2 + 9, static_cast<c_Int32>(m1 - m2));
+  patch(looped, m2 + 17, c_Int32{-1});  // the high half of a negative link
+  LoadArchive in(looped);
   EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
 }
 
-// The position of the stored (substituted) type name of `name` in `bytes`.
-std::size_t storedNameAt(std::string const& bytes, std::string name) {
-  for (char& c : name) c = static_cast<char>(cc_ArchiveIO::substitute(static_cast<unsigned char>(c)));
-  name[0] = static_cast<char>(name[0] | 0x80);
-  return bytes.find(name);
+// Links and numbers no writer gives, in the mark record behind the head.
+TEST(DamagedInput, ImpossibleMarkFieldsAreBadContent) {
+  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
+  Pos const mark = ar.tell();
+  ar.writeNewMark(1);
+  std::string const good = storedBytes(ar);
+  {
+    // Next link 0x7FFFFFFFFFFFFFF0: the record's start plus it leaves every position.
+    std::string bytes = good;
+    patch(bytes, off(mark) + 9, c_UInt32{0xFFFFFFF0u});
+    patch(bytes, off(mark) + 17, c_UInt32{0x7FFFFFFFu});
+    LoadArchive in(bytes);
+    EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
+    EXPECT_THROW(in.nextMarkNum(1), ccArchive::BadContent);
+  }
+  {
+    // Above every mark number and object id. Listed, it could only be
+    // handed back to nextMarkNum, which refuses it.
+    std::string bytes = good;
+    patch(bytes, off(mark) + 5, c_Int32{0x7FFFFFFF});
+    LoadArchive in(bytes);
+    EXPECT_THROW(in.firstMarkNum(), ccArchive::BadContent);
+    EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
+  }
 }
 
 TEST(DamagedInput, APointerToAnObjectWhoseLoadFailedIsNotFound) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ccRecTestNode a;
-  ccPersistent* out = nullptr;
   Pos const first = ar.tell();
-  ccPersistent::serializePointer(ar, &a, out);
-  ccPersistent::serializePointer(ar, &a, out);  // a reference to the same object
-  std::string bytes(ar.storage(), ar.size());
+  storePointer(ar, &a);
+  storePointer(ar, &a);  // a reference to the same object
+  std::string bytes = storedBytes(ar);
   // The first byte of the body, the node's class version, says 1.
   std::size_t const name = storedNameAt(bytes, "ccRecTestNode");
   ASSERT_NE(name, std::string::npos);
   bytes[name + std::strlen("ccRecTestNode") + 3] = 1;  // after the closing quote and the reserved word
 
-  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+  LoadArchive in(bytes);
   in.seek(first);
-  ccPersistent* p = nullptr;
-  EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::UnknownVersion);
+  EXPECT_THROW(loadPointer(in), ccArchive::UnknownVersion);
   // The half-made object belongs to the archive, which frees it: never hand it out.
+  ccPersistent* p = nullptr;
   EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::NotFound);
   EXPECT_EQ(p, nullptr);
 }
@@ -780,29 +735,22 @@ TEST(DamagedInput, ObjectsLoadedUnderAFailedObjectFailWithIt) {
   ccArchiveTestNode a, b;
   a.left = &b;
   b.left = &a;  // a cycle back to the object that will fail
-  ccPersistent* out = nullptr;
   Pos const first = ar.tell();
-  ccPersistent::serializePointer(ar, &a, out);
-  ccPersistent::serializePointer(ar, &b, out);  // a reference to b
+  storePointer(ar, &a);
+  storePointer(ar, &b);  // a reference to b
   // Pointer records in stream order: a, a.left, b.left, b.right, a.right, b.
-  std::vector<Pos> pointers;
   ar.mode(ccArchive::eLoad);
-  for (Pos at = ar.firstPointerPos(); ccArchive::isValid(at); at = ar.nextPointerPos()) {
-    pointers.push_back(at);
-    ar.seek(at);
-  }
+  std::vector<Pos> const pointers = pointerPositions(ar);
   ASSERT_EQ(pointers.size(), 6u);
-  std::string bytes(ar.storage(), ar.size());
-  std::memset(&bytes[off(pointers[4])], 0, 4);  // a.right: a fails after b has loaded
-
+  std::string bytes = storedBytes(ar);
+  patch(bytes, off(pointers[4]), c_Int32{0});  // a.right: a fails after b has loaded
   {
-    ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+    LoadArchive in(bytes);
     in.seek(first);
-    ccPersistent* p = nullptr;
-    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::BadContent);
+    EXPECT_THROW(loadPointer(in), ccArchive::BadContent);
     EXPECT_EQ(in.tell(), pointers[5]);
     // b loaded, but points back at a, which the archive frees.
-    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::NotFound);
+    EXPECT_THROW(loadPointer(in), ccArchive::NotFound);
     EXPECT_EQ(ccArchiveTestNode::live().size(), 4u);  // a and b here, their copies in the archive
   }
   // Nothing loaded is left behind without an owner.
@@ -811,89 +759,56 @@ TEST(DamagedInput, ObjectsLoadedUnderAFailedObjectFailWithIt) {
 
 TEST(DamagedInput, APointerIdNoRecordCanHaveIsNotFound) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
-  ccPersistent* out = nullptr;
   Pos const at = ar.tell();
-  ccPersistent::serializePointer(ar, nullptr, out);
-  std::string const good(ar.storage(), ar.size());
+  storePointer(ar, nullptr);
   for (c_Int32 id : {-5, 0x7FFFFFFF}) {
-    std::string bytes = good;
-    std::memcpy(&bytes[off(at) + 5], &id, 4);  // flag 0: the object is elsewhere
-    ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+    std::string bytes = storedBytes(ar);
+    patch(bytes, off(at) + 5, id);  // flag 0: the object is elsewhere
+    LoadArchive in(bytes);
     in.seek(at);
-    ccPersistent* p = nullptr;
-    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::NotFound) << id;
+    EXPECT_THROW(loadPointer(in), ccArchive::NotFound) << id;
   }
+}
+
+// Where the size field of the object record behind a pointer stands.
+std::streamoff recordSizeAt(Pos pointer, bool wide) {
+  return off(pointer) + (wide ? cc_ArchiveIO::kWidePointerSize : cc_ArchiveIO::kNarrowPointerSize) + 27;
 }
 
 TEST(DamagedInput, AnObjectWhoseRecordSizeRunsPastTheEndIsNotLeaked) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   ccArchiveTestNode n;
   n.value = 3;
-  ccPersistent* out = nullptr;
   Pos const at = ar.tell();
-  ccPersistent::serializePointer(ar, &n, out);
-  std::string bytes(ar.storage(), ar.size());
-  // The narrow size of the record behind the pointer, 1000 bytes too large.
-  std::size_t const sizeAt = static_cast<std::size_t>(off(at)) + cc_ArchiveIO::kNarrowPointerSize + 27;
+  storePointer(ar, &n);
+  std::string bytes = storedBytes(ar);
+  // The narrow size, 1000 bytes too large.
   c_UInt32 size = 0;
-  std::memcpy(&size, &bytes[sizeAt], 4);
-  size += 1000;
-  std::memcpy(&bytes[sizeAt], &size, 4);
+  std::memcpy(&size, &bytes[recordSizeAt(at, false)], 4);
+  patch(bytes, recordSizeAt(at, false), size + 1000);
   std::size_t const before = ccArchiveTestNode::live().size();
   {
-    ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+    LoadArchive in(bytes);
     in.seek(at);
-    ccPersistent* p = nullptr;
-    EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::BadBuffer);
+    EXPECT_THROW(loadPointer(in), ccArchive::BadBuffer);
     in.seek(in.findObject(1));
     EXPECT_THROW(in.loadObject(), ccArchive::Duplicate);  // known, and the archive's
   }
   EXPECT_EQ(ccArchiveTestNode::live().size(), before);  // freed with the archive
 }
 
-TEST(DamagedInput, ALinkBeyondTheLargestPositionIsBadContent) {
-  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
-  Pos const mark = ar.tell();
-  ar.writeNewMark(1);
-  std::string bytes(ar.storage(), ar.size());
-  // Next link 0x7FFFFFFFFFFFFFF0: the record's start plus it leaves every position.
-  c_UInt32 const low = 0xFFFFFFF0u, high = 0x7FFFFFFFu;
-  std::memcpy(&bytes[off(mark) + 9], &low, 4);
-  std::memcpy(&bytes[off(mark) + 17], &high, 4);
-  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
-  EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
-  EXPECT_THROW(in.nextMarkNum(1), ccArchive::BadContent);
-}
-
-TEST(DamagedInput, ARecordNumberNoWriterGivesIsBadContent) {
-  ccMemoryArchive ar(ccArchive::eLsbFirst, true);
-  Pos const mark = ar.tell();
-  ar.writeNewMark(1);
-  std::string bytes(ar.storage(), ar.size());
-  c_Int32 const number = 0x7FFFFFFF;  // above every mark number and object id
-  std::memcpy(&bytes[off(mark) + 5], &number, 4);
-  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
-  // Listed, it could only be handed back to nextMarkNum, which refuses it.
-  EXPECT_THROW(in.firstMarkNum(), ccArchive::BadContent);
-  EXPECT_THROW(in.lastMarkNum(), ccArchive::BadContent);
-}
-
 TEST(DamagedInput, AWideRecordSizeBeyondTheLargestPositionIsBadContent) {
   ccMemoryArchive ar(ccArchive::eLsbFirst, true);
   cc_ArchiveIO::rep(ar).wide = true;  // records in the wide layout from here on
   ccRecTestNode n;
-  ccPersistent* out = nullptr;
   Pos const at = ar.tell();
-  ccPersistent::serializePointer(ar, &n, out);
-  std::string bytes(ar.storage(), ar.size());
-  std::size_t const sizeAt = static_cast<std::size_t>(off(at)) + cc_ArchiveIO::kWidePointerSize + 27;
-  ASSERT_EQ(bytes[sizeAt - 1], 1);  // the layout byte
-  c_UInt64 const size = 0x7FFFFFFFFFFFFFFFull;  // the record's start plus it overflows
-  std::memcpy(&bytes[sizeAt], &size, 8);
-  ccMemoryArchive in(bytes.data(), static_cast<c_Int32>(bytes.size()), true, false);
+  storePointer(ar, &n);
+  std::string bytes = storedBytes(ar);
+  ASSERT_EQ(bytes[recordSizeAt(at, true) - 1], 1);  // the layout byte
+  patch(bytes, recordSizeAt(at, true), c_UInt64{0x7FFFFFFFFFFFFFFFull});  // the record's start plus it overflows
+  LoadArchive in(bytes);
   in.seek(at);
-  ccPersistent* p = nullptr;
-  EXPECT_THROW(ccPersistent::serializePointer(in, nullptr, p), ccArchive::BadContent);
+  EXPECT_THROW(loadPointer(in), ccArchive::BadContent);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 
 #include "orvstd/kernel/ksys_named.h"
 #include "orvstd/platform/resource.h"
+#include "orvstd/platform/testing/waits.h"
 #include "orvstd/platform/thread.h"
 
 namespace {
@@ -120,18 +121,11 @@ TEST(NamedObject, MutexIsRecursiveAndExcludesOtherThreads) {
   ccMutex b(false, name);
   ASSERT_TRUE(a.lock(0.0));
   ASSERT_TRUE(b.lock(0.0));  // the same owner through another handle
-  bool other = true;
-  std::thread([&] { other = a.lock(0.0); }).join();
-  EXPECT_FALSE(other);
+  EXPECT_FALSE(otherThreadLocks(a));
   a.unlock();
-  std::thread([&] { other = a.lock(0.0); }).join();
-  EXPECT_FALSE(other);  // one level still held
+  EXPECT_FALSE(otherThreadLocks(a));  // one level still held
   b.unlock();
-  std::thread([&] {
-    other = b.lock(0.0);
-    if (other) b.unlock();
-  }).join();
-  EXPECT_TRUE(other);
+  EXPECT_TRUE(otherThreadLocks(b));
 }
 
 TEST(NamedObject, UnlockByNonOwnerAsserts) {
@@ -158,16 +152,16 @@ TEST(NamedObject, WaiterWokenByReleaseAndByAbandonment) {
     ccMutex mine(false, name);
     mine.lock();
     held = true;
-    while (!release) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    awaitFlag(release);
   });
-  while (!held) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  awaitFlag(held);
   EXPECT_FALSE(m.lock(0.0));
   std::thread waiter([&] {
     ccMutex theirs(false, name);
     EXPECT_TRUE(theirs.lock(10.0));  // wakes when the owner's thread ends
     theirs.unlock();
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  sleepMs(20);
   release = true;
   owner.join();
   waiter.join();
@@ -198,8 +192,8 @@ TEST(NamedObject, WaitOnANamedMutexCanBeBroken) {
   target.name = uniqueName("break");
   ccMutex m(true, target.name);
   ccThreadID id = cfCreateThread(&blockOnNamed, &target, cePriorityOfCaller, -1);
-  while (!target.waiting) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  awaitFlag(target.waiting);
+  sleepMs(20);
   cc_Resource::breakLocks(id);
   cfWaitForThreadTermination(id);
   EXPECT_TRUE(target.broken);
@@ -221,7 +215,7 @@ TEST(NamedObjectProcesses, SemaphoreAndEventReachAChild) {
     s.unlock();
     return 0;
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  sleepMs(20);
   go.setEvent();
   EXPECT_TRUE(done.lock(10.0));
   EXPECT_EQ(reap(child), 0);
@@ -261,7 +255,7 @@ TEST(NamedObjectProcesses, MutexOfAKilledProcessIsAbandonedToItsWaiter) {
   ASSERT_TRUE(ready.lock(10.0));
   EXPECT_FALSE(m.lock(0.0));
   std::thread killer([child] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    sleepMs(30);
     ::kill(child, SIGKILL);
   });
   auto start = std::chrono::steady_clock::now();
@@ -270,13 +264,7 @@ TEST(NamedObjectProcesses, MutexOfAKilledProcessIsAbandonedToItsWaiter) {
   killer.join();
   EXPECT_EQ(reap(child), -SIGKILL);
   m.unlock();
-  // Usable as ever afterwards.
-  bool other = false;
-  std::thread([&] {
-    other = m.lock(0.0);
-    if (other) m.unlock();
-  }).join();
-  EXPECT_TRUE(other);
+  EXPECT_TRUE(otherThreadLocks(m));  // usable as ever afterwards
 }
 
 TEST(NamedObjectProcesses, ForkedChildOwnsWhatItsThreadOwned) {

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "orvstd/platform/testing/waits.h"
 #include "orvstd/platform/thread.h"
 
 namespace {
@@ -17,17 +18,6 @@ using Clock = std::chrono::steady_clock;
 
 double msSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-void sleepMs(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
-
-// Spins (with short sleeps) until `flag` is set; the test fails after 5 s.
-void awaitFlag(std::atomic<bool> const& flag) {
-  auto start = Clock::now();
-  while (!flag.load()) {
-    ASSERT_LT(msSince(start), 5000.0) << "the other thread never got there";
-    sleepMs(1);
-  }
 }
 
 // ---- time-outs
@@ -197,38 +187,23 @@ TEST(Mutex, RecursiveForItsOwnerOnly) {
   ccLock guard(m);
   EXPECT_TRUE(guard.lock(0.0));
   EXPECT_EQ(guard.depth(), 2);
-  auto otherGets = [&m] {
-    bool got = false;
-    std::thread t([&] {
-      got = m.lock(0.0);
-      if (got) m.unlock();
-    });
-    t.join();
-    return got;
-  };
-  EXPECT_FALSE(otherGets());
+  EXPECT_FALSE(otherThreadLocks(m));
   guard.unlock();
-  EXPECT_FALSE(otherGets());  // still one level held
+  EXPECT_FALSE(otherThreadLocks(m));  // still one level held
   guard.unlock();
-  EXPECT_TRUE(otherGets());
+  EXPECT_TRUE(otherThreadLocks(m));
 }
 
 TEST(Mutex, InitiallyOwnedAndGuardDestructorUnlocksFully) {
   ccMutex m(true);
-  std::atomic<bool> got{false};
-  std::thread([&] { got = m.lock(0.0); }).join();
-  EXPECT_FALSE(got);
+  EXPECT_FALSE(otherThreadLocks(m));
   m.unlock();
   {
     ccLock guard(m);
     guard.lock();
     guard.lock();
   }
-  std::thread([&] {
-    got = m.lock(0.0);
-    m.unlock();
-  }).join();
-  EXPECT_TRUE(got);
+  EXPECT_TRUE(otherThreadLocks(m));
 }
 
 TEST(MutexDeathTest, UnlockByNonOwnerAsserts) {
@@ -277,12 +252,7 @@ TEST(Mutex, AbandonedByAnEndingThreadGoesToTheNextLocker) {
     EXPECT_TRUE(guard.lock(1.0));
     EXPECT_EQ(guard.depth(), 1);
   }
-  std::atomic<bool> got{false};
-  std::thread([&] {
-    got = m.lock(0.0);
-    m.unlock();
-  }).join();
-  EXPECT_TRUE(got);  // and it was released normally after that
+  EXPECT_TRUE(otherThreadLocks(m));  // and it was released normally after that
 }
 
 TEST(Mutex, GlobalIsOneObject) {
@@ -415,10 +385,7 @@ TEST(CriticalSection, GuardDepth) {
     EXPECT_EQ(guard.depth(), 2);
   }
   bool got = false;
-  std::thread([&] {
-    ccCriticalSectionLock guard(cs);
-    got = guard.depth() == 1;
-  }).join();
+  std::thread([&] { got = ccCriticalSectionLock(cs).depth() == 1; }).join();
   EXPECT_TRUE(got);
 }
 

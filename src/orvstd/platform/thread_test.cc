@@ -15,6 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include "orvstd/platform/testing/waits.h"
+
 namespace {
 
 c_UInt32 osTid() { return static_cast<c_UInt32>(::syscall(SYS_gettid)); }
@@ -82,18 +84,14 @@ TEST(Thread, ExitHooksRunLastRegisteredFirst) {
 }
 
 TEST(Thread, ForeignThreadRunsItsHooksWhenItEnds) {
-  gOrder.clear();
-  std::thread([] {
-    cfGetCurrentThreadID().atexit(&recordHook, reinterpret_cast<void*>(7));
-  }).join();
-  EXPECT_EQ(gOrder, (std::vector<int>{7}));
-
-  gOrder.clear();
-  std::thread([] {
-    cfGetCurrentThreadID().atexit(&recordHook, reinterpret_cast<void*>(8));
-    cfThreadCleanupEx();  // explicitly: the hook runs once, not again at exit
-  }).join();
-  EXPECT_EQ(gOrder, (std::vector<int>{8}));
+  for (bool explicitly : {false, true}) {
+    gOrder.clear();
+    std::thread([explicitly] {
+      cfGetCurrentThreadID().atexit(&recordHook, reinterpret_cast<void*>(7));
+      if (explicitly) cfThreadCleanupEx();  // the hook runs once, not again at exit
+    }).join();
+    EXPECT_EQ(gOrder, (std::vector<int>{7})) << (explicitly ? "cleaned up explicitly" : "at exit");
+  }
 }
 
 TEST(Thread, ThirtyThirdHookCannotRegister) {
@@ -225,11 +223,11 @@ TEST(Thread, WaitingForAForeignThreadEndsWhenItEnds) {
   std::thread foreign([&] {
     id = cfGetCurrentThreadID();
     registered = true;
-    while (!leave) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    awaitFlag(leave);
   });
-  while (!registered) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  awaitFlag(registered);
   std::thread releaser([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    sleepMs(20);
     leave = true;
   });
   cfWaitForThreadTermination(id);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "orvstd/platform/deadline.h"
+#include "orvstd/platform/testing/waits.h"
 
 namespace {
 
@@ -30,8 +31,6 @@ struct OverheadGuard {
     else T::computeOverhead(true);
   }
 };
-
-void sleepMs(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
 TYPED_TEST(StopwatchTest, FreshWatch) {
   TypeParam t;
