@@ -102,18 +102,22 @@ void report(benchmark::State& state, std::size_t bytes) {
 
 // ours -----------------------------------------------------------------------
 
+// The same graph for either side: Base is what the links point to.
+template <class Node, class Base>
+std::vector<Node> buildGraph() {
+  std::vector<Node> v(kNodes);
+  Shape const& g = shape();
+  for (int i = 0; i < kNodes; ++i) {
+    v[i].value = i;
+    v[i].weight = weightOf(i);
+    v[i].left = static_cast<Base*>(&v[g.left[i]]);
+    v[i].right = static_cast<Base*>(&v[g.right[i]]);
+  }
+  return v;
+}
+
 std::vector<ccBenchGraphNode>& ourGraph() {
-  static std::vector<ccBenchGraphNode> nodes = [] {
-    std::vector<ccBenchGraphNode> v(kNodes);
-    Shape const& g = shape();
-    for (int i = 0; i < kNodes; ++i) {
-      v[i].value = i;
-      v[i].weight = weightOf(i);
-      v[i].left = &v[g.left[i]];
-      v[i].right = &v[g.right[i]];
-    }
-    return v;
-  }();
+  static std::vector<ccBenchGraphNode> nodes = buildGraph<ccBenchGraphNode, ccPersistent>();
   return nodes;
 }
 
@@ -198,17 +202,7 @@ struct BoostNode : BoostNodeBase {
 };
 
 std::vector<BoostNode>& boostGraph() {
-  static std::vector<BoostNode> nodes = [] {
-    std::vector<BoostNode> v(kNodes);
-    Shape const& g = shape();
-    for (int i = 0; i < kNodes; ++i) {
-      v[i].value = i;
-      v[i].weight = weightOf(i);
-      v[i].left = &v[g.left[i]];
-      v[i].right = &v[g.right[i]];
-    }
-    return v;
-  }();
+  static std::vector<BoostNode> nodes = buildGraph<BoostNode, BoostNodeBase>();
   return nodes;
 }
 
